@@ -1,0 +1,455 @@
+/*
+ * VekString.h - growable, binary-safe byte strings with caller-supplied
+ * allocators.
+ *
+ * A VekString is a plain record the caller owns (on its stack or inside its own
+ * records); the functions below manage only the character buffer, which they
+ * obtain from and return to the VekAllocator the string was constructed with.
+ * Content is any bytes, NUL included, with an explicit length; whenever the
+ * string owns its buffer a NUL follows the content, so VekStringData() can be
+ * handed to C-string consumers.
+ *
+ *     VekString s;
+ *     VekStringConstructCStr(&s, "hello", VekAllocatorGetDefault());
+ *     VekStringAppendCStr(&s, ", world");
+ *     VekStringReplaceCStr(&s, 0, 5, "goodbye");       // "goodbye, world"
+ *     VekStringAppendSubstring(&s, &s, 0, 7);           // own bytes: fine
+ *     printf("%s\n", VekStringData(&s));
+ *     VekStringDestruct(&s);
+ *
+ * Rules shared by every family below; each family states only what is its own.
+ *
+ * Buffer states. A string owns a block of capacity + 1 bytes (capacity > 0),
+ * or owns nothing (capacity 0): then buf is either the shared empty byte
+ * vekStringEmpty_ with size 0, or a read-only view of size bytes that someone
+ * else owns. No function creates a view; a caller may fill the four fields
+ * itself to make one. The module never writes through a view and never frees
+ * it: an edit that must write first copies the viewed bytes into a new block.
+ *
+ * Results. Functions that produce a string return x on success and NULL on
+ * failure; the few others say what they return. A failure leaves the string
+ * exactly as it was (fields, content, terminator, ownership) unless its family
+ * says otherwise. Failures are: an allocation refused (the allocator's limit or
+ * allocate returning NULL), a position beyond the end, and, for the encoding
+ * family, input the codec refuses. Nothing logs and nothing aborts.
+ *
+ * Allocation. Every buffer comes from the string's allocator with the byte
+ * count capacity + 1 and goes back with the same count. A capacity c is granted
+ * only when c < allocator->maxSize. Editing functions that must grow ask for
+ * the larger of the needed size and twice the capacity (with no fallback when
+ * that doubled value hits the limit) and never shrink; constructors,
+ * VekStringReserve and the encoding family ask for exactly what they need.
+ * A size computation that would exceed 64 bits (say a count near
+ * VekStringNpos) is refused just as the allocator's limit refuses it.
+ *
+ * Positions and counts. A position into a string may equal its size (the end)
+ * but not exceed it; editing functions fail on a larger one. A count is
+ * clamped to what remains behind its position, so VekStringNpos reaches to the
+ * end.
+ *
+ * WARNING: aliasing. Every assigning, appending, inserting and replacing
+ * function accepts an operand taken from the edited string's own content (the
+ * string itself, a substring, a range of its bytes) and resolves the overlap
+ * in place. Bytes in the spare capacity behind size are never a valid operand,
+ * and neither are bytes that merely overlap part of the content.
+ *
+ * WARNING: iterators and pointers into a string are invalidated by any call
+ * that reallocates it; the iterator-returning edits give the one to use next.
+ *
+ * Threads. A string must not be used from two threads at once; distinct strings
+ * share nothing but the read-only empty byte.
+ */
+#ifndef VEK_UTILS_VEKSTRING_H
+#define VEK_UTILS_VEKSTRING_H
+
+#include <stdarg.h>
+
+#include "SysDep/VekBaseTypes.h"
+#include "VekAllocator.h"
+
+VEK_EXTERN_C_BEGIN
+
+/*
+ * The string record. buf is never NULL in a live string. capacity counts the
+ * content bytes the owned block holds, not the terminator; 0 means the string
+ * owns no block.
+ */
+typedef struct {
+    VekAllocator* allocator; /* supplies and takes back the owned block */
+    char* buf;               /* first content byte */
+    VekSizeT size;           /* content bytes, NULs included */
+    VekSizeT capacity;       /* content bytes the owned block holds; 0: none */
+} VekString;
+
+/* A pointer to a byte of a string's content; ranges are [first, last). */
+typedef char* VekStringIterator;
+typedef const char* VekStringConstIterator;
+
+/* The not-found position of the searches; as a count, "to the end". */
+#define VekStringNpos (~(VekSizeT)0)
+
+/* The shared, read-only empty C string that strings owning no block point at. */
+extern char* vekStringEmpty_;
+
+/* ------------------------------------------------------------------------
+ * Construction and destruction
+ *
+ * A constructor initialises a record whatever it held before; it does not
+ * release anything the record may have owned. A constructor that fails still
+ * leaves x a valid empty string naming the allocator it would have used and
+ * owning nothing, so destroying it is allowed and calls nothing. Copies get a
+ * capacity of exactly their length; an empty result allocates nothing.
+ * ------------------------------------------------------------------------ */
+
+/* VekStringConstructDefault makes x empty with allocator a. Never fails. */
+VekString* VekStringConstructDefault(VekString* x, VekAllocator* a) VEK_NOEXCEPT;
+
+/* VekStringConstructCStrLen copies the len bytes at str (NULs included); str
+ * is not read when len is 0 and may then be NULL. */
+VekString* VekStringConstructCStrLen(VekString* x, const char* str, VekSizeT len,
+                                     VekAllocator* a) VEK_NOEXCEPT;
+
+/* VekStringConstructCStr copies the NUL-terminated str. */
+VekString* VekStringConstructCStr(VekString* x, const char* str, VekAllocator* a) VEK_NOEXCEPT;
+
+/* VekStringConstructCopy copies src's content with src's own allocator. A view
+ * as source gives an owned copy. */
+VekString* VekStringConstructCopy(VekString* x, const VekString* src) VEK_NOEXCEPT;
+
+/* VekStringConstructSubstring copies at most n bytes of str from pos, with
+ * allocator a. pos == size gives an empty string; pos > size fails. */
+VekString* VekStringConstructSubstring(VekString* x, const VekString* str, VekSizeT pos,
+                                       VekSizeT n, VekAllocator* a) VEK_NOEXCEPT;
+
+/* VekStringConstructRange copies the bytes [first, last). */
+VekString* VekStringConstructRange(VekString* x, VekStringConstIterator first,
+                                   VekStringConstIterator last, VekAllocator* a) VEK_NOEXCEPT;
+
+/* VekStringConstructMove takes over all of src (allocator included) without
+ * allocating; src is left empty, owning nothing, with its allocator kept.
+ * x and src must be distinct records. Never fails. */
+VekString* VekStringConstructMove(VekString* x, VekString* src) VEK_NOEXCEPT;
+
+/*
+ * VekStringConstructWithExternalBuffer adopts a caller's block of capacity
+ * bytes (terminator slot included) holding length content bytes; the string's
+ * capacity becomes capacity - 1 and a length that does not fit is cut to it. A
+ * NUL is written at the end of the content unless one is already there. From
+ * then on the block belongs to the string and goes back through
+ * a->deallocate(a, buffer, capacity), so it must be a block a can take back.
+ * A capacity of 0 ignores the block; a capacity of 1 hands it back at once.
+ * Never allocates, never fails.
+ */
+VekString* VekStringConstructWithExternalBuffer(VekString* x, char* buffer, VekSizeT length,
+                                                VekSizeT capacity, VekAllocator* a) VEK_NOEXCEPT;
+
+/* VekStringDestruct returns an owned block to the allocator and zeroes all
+ * four fields. Only a construction may follow; destroying twice is harmless. */
+void VekStringDestruct(VekString* x) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Moving, swapping and capacity
+ *
+ * Moves and swaps carry the allocator along with the buffer and never
+ * allocate. VekStringReserve is the one operation that changes the capacity
+ * while keeping the content, and the only one that can shrink it.
+ * ------------------------------------------------------------------------ */
+
+/* VekStringMove releases x's own block, then takes over all of src as
+ * VekStringConstructMove does. VekStringMove(x, x) does nothing. */
+VekString* VekStringMove(VekString* x, VekString* src) VEK_NOEXCEPT;
+
+/* VekStringSwap exchanges all four fields of x and y. Always returns true. */
+VekBool VekStringSwap(VekString* x, VekString* y) VEK_NOEXCEPT;
+
+/*
+ * VekStringReserve reallocates to a capacity of exactly the larger of res and
+ * the size, keeping the content: it grows, shrinks (VekStringReserve(x, 0)
+ * fits the block to the content) and makes a view an owned copy. It always
+ * takes a fresh block, even when the capacity would not change; with res 0 on
+ * an empty string it releases the block. Returns false, changing nothing,
+ * when the allocation is refused.
+ */
+VekBool VekStringReserve(VekString* x, VekSizeT res) VEK_NOEXCEPT;
+
+/* VekStringClear empties the string. An owned block is kept for reuse; a view
+ * is let go (buf becomes the shared empty byte). */
+void VekStringClear(VekString* x) VEK_NOEXCEPT;
+
+/*
+ * VekStringReleaseBuffer announces buflen bytes the caller has written at
+ * VekStringGetBuffer(x): size grows by buflen and a NUL follows the new
+ * content. buflen must not exceed capacity - size (0 when nothing is owned).
+ *
+ *     if (VekStringReserve(&s, VekStringSize(&s) + 4)) {
+ *         memcpy(VekStringGetBuffer(&s), "tail", 4);
+ *         VekStringReleaseBuffer(&s, 4);
+ *     }
+ */
+void VekStringReleaseBuffer(VekString* x, VekSizeT buflen) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Assignment
+ *
+ * Replaces the whole content. The operand may lie inside x. Assignment never
+ * shrinks: content that fits is written in place; otherwise x grows to the
+ * larger of the new length and twice its capacity. Assigning empty content
+ * keeps an owned block and lets a view go.
+ * ------------------------------------------------------------------------ */
+
+/* VekStringAssign copies src's content; VekStringAssign(x, x) does nothing. */
+VekString* VekStringAssign(VekString* x, const VekString* src) VEK_NOEXCEPT;
+/* VekStringAssignSubstring takes at most n bytes of str from pos; str may be x. */
+VekString* VekStringAssignSubstring(VekString* x, const VekString* str, VekSizeT pos,
+                                    VekSizeT n) VEK_NOEXCEPT;
+VekString* VekStringAssignCStr(VekString* x, const char* str) VEK_NOEXCEPT;
+VekString* VekStringAssignCStrLen(VekString* x, const char* str, VekSizeT n) VEK_NOEXCEPT;
+VekString* VekStringAssignRange(VekString* x, VekStringConstIterator first,
+                                VekStringConstIterator last) VEK_NOEXCEPT;
+VekString* VekStringAssignChar(VekString* x, char c) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Appending and resizing
+ *
+ * Appends behind the content. The operand may lie inside x (VekStringAppend(x,
+ * x) doubles the content). When the content no longer fits, x grows to the
+ * larger of the new size and twice its capacity, so n one-byte appends cost
+ * about log2(n) allocations. An empty operand changes nothing at all.
+ * ------------------------------------------------------------------------ */
+
+VekString* VekStringAppend(VekString* x, const VekString* str) VEK_NOEXCEPT;
+/* VekStringAppendSubstring appends at most n bytes of str from pos. */
+VekString* VekStringAppendSubstring(VekString* x, const VekString* str, VekSizeT pos,
+                                    VekSizeT n) VEK_NOEXCEPT;
+VekString* VekStringAppendCStr(VekString* x, const char* str) VEK_NOEXCEPT;
+VekString* VekStringAppendCStrLen(VekString* x, const char* str, VekSizeT n) VEK_NOEXCEPT;
+VekString* VekStringAppendRange(VekString* x, VekStringConstIterator first,
+                                VekStringConstIterator last) VEK_NOEXCEPT;
+VekString* VekStringAppendChar(VekString* x, char c) VEK_NOEXCEPT;
+/* VekStringAppendN appends n copies of c. Even with n 0 it turns a view into an
+ * owned copy. */
+VekString* VekStringAppendN(VekString* x, VekSizeT n, char c) VEK_NOEXCEPT;
+/* VekStringResize sets the size to n: shrinking cuts the tail in place (a view
+ * stays a view), growing appends copies of *c. c is read only when growing. */
+VekBool VekStringResize(VekString* x, VekSizeT n, const char* c) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Insertion and replacement
+ *
+ * Replaces the span of n1 bytes at pos1 (clamped to the content) by the
+ * operand; insertion replaces an empty span, placing the operand before the
+ * byte at the insertion point (the end appends). The operand may lie anywhere
+ * in x's content, before, inside, behind or across the span: the edit is done
+ * in place when the result fits, else in one pass into a block of the larger
+ * of the new size and twice the capacity. Position checks come first, so a bad
+ * position fails before a C-string operand is read.
+ * ------------------------------------------------------------------------ */
+
+VekString* VekStringReplaceSubstring(VekString* x, VekSizeT pos1, VekSizeT n1,
+                                     const VekString* str, VekSizeT pos2,
+                                     VekSizeT n2) VEK_NOEXCEPT;
+VekString* VekStringReplaceString(VekString* x, VekSizeT pos1, VekSizeT n1,
+                                  const VekString* str) VEK_NOEXCEPT;
+VekString* VekStringReplaceChar(VekString* x, VekSizeT pos1, VekSizeT n1, char c) VEK_NOEXCEPT;
+VekString* VekStringReplaceCStr(VekString* x, VekSizeT pos1, VekSizeT n1,
+                                const char* str) VEK_NOEXCEPT;
+/* VekStringReplaceCStrLen replaces by exactly n2 bytes at str (not clamped). */
+VekString* VekStringReplaceCStrLen(VekString* x, VekSizeT pos1, VekSizeT n1, const char* str,
+                                   VekSizeT n2) VEK_NOEXCEPT;
+/* VekStringReplaceRange replaces [i1, i2) of x by [j1, j2). */
+VekString* VekStringReplaceRange(VekString* x, VekStringIterator i1, VekStringIterator i2,
+                                 VekStringConstIterator j1,
+                                 VekStringConstIterator j2) VEK_NOEXCEPT;
+
+/* VekStringInsert inserts the byte *c before pos and returns an iterator at the
+ * inserted byte in the buffer that holds the content afterwards, or NULL.
+ * c may point into x. */
+VekStringIterator VekStringInsert(VekString* x, VekStringIterator pos, const char* c) VEK_NOEXCEPT;
+/* VekStringInsertRange inserts [first, last) before pos; true on success. */
+VekBool VekStringInsertRange(VekString* x, VekStringIterator pos, VekStringConstIterator first,
+                             VekStringConstIterator last) VEK_NOEXCEPT;
+VekString* VekStringInsertSubstring(VekString* x, VekSizeT pos1, const VekString* str,
+                                    VekSizeT pos2, VekSizeT n2) VEK_NOEXCEPT;
+VekString* VekStringInsertString(VekString* x, VekSizeT pos1, const VekString* str) VEK_NOEXCEPT;
+VekString* VekStringInsertCStr(VekString* x, VekSizeT pos1, const char* str) VEK_NOEXCEPT;
+VekString* VekStringInsertCStrLen(VekString* x, VekSizeT pos1, const char* str,
+                                  VekSizeT n2) VEK_NOEXCEPT;
+VekString* VekStringInsertChar(VekString* x, VekSizeT pos1, char c) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Erasure
+ *
+ * Removes bytes and closes the gap in place; an owned block is kept and the
+ * allocator is never called. A view that must close a gap is copied into a
+ * new block of exactly the remaining size (the only way erasure can fail);
+ * cutting a view's tail keeps it a view.
+ * ------------------------------------------------------------------------ */
+
+/* VekStringErase removes the byte at p and returns an iterator at the byte that
+ * followed it (or the end), or NULL. */
+VekStringIterator VekStringErase(VekString* x, VekStringIterator p) VEK_NOEXCEPT;
+/* VekStringEraseSubstring removes at most n bytes from pos; pos > size fails. */
+VekString* VekStringEraseSubstring(VekString* x, VekSizeT pos, VekSizeT n) VEK_NOEXCEPT;
+/* VekStringEraseRange removes [b, e) and returns an iterator at b's offset. */
+VekStringIterator VekStringEraseRange(VekString* x, VekStringIterator b,
+                                      VekStringIterator e) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Formatted construction and editing
+ *
+ * printf-style formats through VekVSNPrintf. Output that lands at the end of
+ * an owned buffer with room is formatted straight into place with one
+ * formatter call; any other edit measures first and formats into the gap of a
+ * new block. Arguments must not point into x's own buffer. A va_list passed in
+ * is consumed; a refused position consumes nothing.
+ * ------------------------------------------------------------------------ */
+
+VekString* VekStringConstructFormatted(VekString* x, VekAllocator* a, const char* fmt, ...)
+    VEK_NOEXCEPT VEK_PRINTF_FORMAT(3, 4);
+VekString* VekStringConstructVFormatted(VekString* x, const char* fmt, va_list args,
+                                        VekAllocator* a) VEK_NOEXCEPT;
+VekString* VekStringAssignFormatted(VekString* x, const char* fmt, ...) VEK_NOEXCEPT
+    VEK_PRINTF_FORMAT(2, 3);
+VekString* VekStringAssignVFormatted(VekString* x, const char* fmt, va_list args) VEK_NOEXCEPT;
+VekString* VekStringAppendFormatted(VekString* x, const char* fmt, ...) VEK_NOEXCEPT
+    VEK_PRINTF_FORMAT(2, 3);
+VekString* VekStringAppendVFormatted(VekString* x, const char* fmt, va_list args) VEK_NOEXCEPT;
+VekString* VekStringInsertFormatted(VekString* x, VekSizeT pos, const char* fmt, ...) VEK_NOEXCEPT
+    VEK_PRINTF_FORMAT(3, 4);
+VekString* VekStringInsertVFormatted(VekString* x, VekSizeT pos, const char* fmt,
+                                     va_list args) VEK_NOEXCEPT;
+VekString* VekStringReplaceFormatted(VekString* x, VekSizeT pos, VekSizeT n, const char* fmt, ...)
+    VEK_NOEXCEPT VEK_PRINTF_FORMAT(4, 5);
+VekString* VekStringReplaceVFormatted(VekString* x, VekSizeT pos, VekSizeT n, const char* fmt,
+                                      va_list args) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Comparison and hashing
+ *
+ * Read only buf and size, never fail. Bytes order as unsigned values (memcmp);
+ * a C-string operand is measured with strlen first; a CStrLen operand counts
+ * all ylen bytes, NULs included.
+ * ------------------------------------------------------------------------ */
+
+VekBool VekStringEqual(const VekString* x, const VekString* y) VEK_NOEXCEPT;
+VekBool VekStringEqualCStr(const VekString* x, const char* y) VEK_NOEXCEPT;
+VekBool VekStringEqualCStrLen(const VekString* x, const char* y, VekSizeT ylen) VEK_NOEXCEPT;
+
+/* The Substring forms compare the span of at most n bytes of x at pos with the
+ * whole of y. Unlike the editing functions they clamp a pos beyond the end to
+ * the end (the empty span) instead of failing. */
+VekBool VekStringEqualSubstring(const VekString* x, VekSizeT pos, VekSizeT n,
+                                const VekString* y) VEK_NOEXCEPT;
+VekBool VekStringEqualSubstringCStr(const VekString* x, VekSizeT pos, VekSizeT n,
+                                    const char* y) VEK_NOEXCEPT;
+VekBool VekStringEqualSubstringCStrLen(const VekString* x, VekSizeT pos, VekSizeT n, const char* y,
+                                       VekSizeT ylen) VEK_NOEXCEPT;
+
+/* The Compare forms return memcmp's result on the common prefix when it
+ * differs (its sign is the order; its magnitude is not reduced to 1), else the
+ * length difference, saturated to the range of VekInt. */
+VekInt VekStringCompare(const VekString* x, const VekString* y) VEK_NOEXCEPT;
+VekInt VekStringCompareCStr(const VekString* x, const char* y) VEK_NOEXCEPT;
+VekInt VekStringCompareCStrLen(const VekString* x, const char* y, VekSizeT ylen) VEK_NOEXCEPT;
+
+/* VekStringHash is h = h * 33 + b over the content from h = 0, each byte taken
+ * as a signed 8-bit value, in wrapping 64-bit arithmetic: "abc" hashes to
+ * 108966 on every platform. Equal content gives equal hashes. */
+VekSizeT VekStringHash(const VekString* x) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Character-set search
+ *
+ * Find the first byte at or after pos, or the last at or before pos, that is
+ * in the set (Of) or in none of it (NotOf); VekStringNpos when none is. A
+ * forward search from pos >= size finds nothing; a backward search from such
+ * a pos starts at the last byte. An empty set holds nothing, so every byte is
+ * outside it. NUL is an ordinary byte in content and in CStrLen and Char sets;
+ * a CStr set cannot hold it. Cost: at most (bytes examined) x (set size)
+ * comparisons; nothing is allocated.
+ * ------------------------------------------------------------------------ */
+
+VekSizeT VekStringFindFirstOf(const VekString* x, VekSizeT pos, const VekString* y) VEK_NOEXCEPT;
+VekSizeT VekStringFindFirstOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
+                                     VekSizeT n) VEK_NOEXCEPT;
+VekSizeT VekStringFindFirstOfChar(const VekString* x, VekSizeT pos, char c) VEK_NOEXCEPT;
+VekSizeT VekStringFindFirstOfCStr(const VekString* x, VekSizeT pos, const char* y) VEK_NOEXCEPT;
+VekSizeT VekStringFindFirstNotOf(const VekString* x, VekSizeT pos,
+                                 const VekString* y) VEK_NOEXCEPT;
+VekSizeT VekStringFindFirstNotOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
+                                        VekSizeT n) VEK_NOEXCEPT;
+VekSizeT VekStringFindFirstNotOfChar(const VekString* x, VekSizeT pos, char c) VEK_NOEXCEPT;
+VekSizeT VekStringFindFirstNotOfCStr(const VekString* x, VekSizeT pos,
+                                     const char* y) VEK_NOEXCEPT;
+VekSizeT VekStringFindLastOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
+                                    VekSizeT n) VEK_NOEXCEPT;
+VekSizeT VekStringFindLastOfChar(const VekString* x, VekSizeT pos, char c) VEK_NOEXCEPT;
+VekSizeT VekStringFindLastNotOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
+                                       VekSizeT n) VEK_NOEXCEPT;
+VekSizeT VekStringFindLastNotOfChar(const VekString* x, VekSizeT pos, char c) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Substring search and find-and-replace
+ *
+ * Find returns the smallest offset >= pos where the whole needle stands; an
+ * empty needle is found at pos itself when pos <= size. RFind returns the
+ * largest offset <= pos where the whole needle stands (it may extend beyond
+ * pos); an empty needle is found at the smaller of pos and size. Not found:
+ * VekStringNpos. The forms without pos search the whole string.
+ * ------------------------------------------------------------------------ */
+
+VekSizeT VekStringFindFromPosCStrLen(const VekString* x, VekSizeT pos, const char* y,
+                                     VekSizeT n) VEK_NOEXCEPT;
+VekSizeT VekStringFindFromPosCStr(const VekString* x, VekSizeT pos, const char* y) VEK_NOEXCEPT;
+VekSizeT VekStringFindFromPos(const VekString* x, VekSizeT pos, const VekString* y) VEK_NOEXCEPT;
+VekSizeT VekStringFindCStrLen(const VekString* x, const char* y, VekSizeT n) VEK_NOEXCEPT;
+VekSizeT VekStringFindCStr(const VekString* x, const char* y) VEK_NOEXCEPT;
+VekSizeT VekStringFind(const VekString* x, const VekString* y) VEK_NOEXCEPT;
+VekSizeT VekStringRFindFromPosCStrLen(const VekString* x, VekSizeT pos, const char* y,
+                                      VekSizeT n) VEK_NOEXCEPT;
+VekSizeT VekStringRFindFromPosCStr(const VekString* x, VekSizeT pos, const char* y) VEK_NOEXCEPT;
+VekSizeT VekStringRFindFromPos(const VekString* x, VekSizeT pos, const VekString* y) VEK_NOEXCEPT;
+VekSizeT VekStringRFindCStrLen(const VekString* x, const char* y, VekSizeT n) VEK_NOEXCEPT;
+VekSizeT VekStringRFindCStr(const VekString* x, const char* y) VEK_NOEXCEPT;
+VekSizeT VekStringRFind(const VekString* x, const VekString* y) VEK_NOEXCEPT;
+
+/*
+ * VekStringFindAndReplace replaces every occurrence of find by replace, left
+ * to right, never searching text a replacement brought in ("aaa", "aa", "b"
+ * gives "ba"). All or nothing: the work is done on a private copy made with
+ * x's allocator, which replaces x's buffer only when every replacement
+ * succeeded. So on success x always holds a new buffer (capacity fitted to
+ * the content even when nothing was found) and a view comes out owned; on
+ * failure x is untouched. find and replace may be x itself.
+ */
+VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
+                                   const VekString* replace) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Unicode conversion
+ *
+ * Converts zero-terminated UCS-4 or UTF-16 into UTF-8 straight into the room
+ * the string has; only when the result does not fit does the string grow,
+ * exactly, through VekStringReserve, and convert again. Input the codec
+ * refuses (see VekUtf8Encoding.h) fails: an assignment then leaves the string
+ * empty with its buffer kept; an append keeps the size it had.
+ * ------------------------------------------------------------------------ */
+
+VekString* VekStringConstructUcs4(VekString* x, const VekWideChar* ucs4,
+                                  VekAllocator* a) VEK_NOEXCEPT;
+VekString* VekStringConstructUtf16(VekString* x, const VekUint16* utf16,
+                                   VekAllocator* a) VEK_NOEXCEPT;
+VekString* VekStringAssignUcs4(VekString* x, const VekWideChar* ucs4) VEK_NOEXCEPT;
+VekString* VekStringAssignUtf16(VekString* x, const VekUint16* utf16) VEK_NOEXCEPT;
+VekString* VekStringAppendUcs4(VekString* x, const VekWideChar* ucs4) VEK_NOEXCEPT;
+VekString* VekStringAppendUtf16(VekString* x, const VekUint16* utf16) VEK_NOEXCEPT;
+/* VekStringWriteUtf16 decodes the content, read as a C string (so up to its
+ * first NUL), into output; see VekUtf8DecodeUtf16. x is not changed. */
+VekBool VekStringWriteUtf16(const VekString* x, VekUint16* output, VekSizeT outputSize,
+                            VekSizeT* outputLen) VEK_NOEXCEPT;
+
+VEK_EXTERN_C_END
+
+#include "VekStringInline.h"
+
+#endif /* VEK_UTILS_VEKSTRING_H */

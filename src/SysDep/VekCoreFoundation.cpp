@@ -1,0 +1,1 @@
+// VekCoreFoundation.cpp - not written yet.

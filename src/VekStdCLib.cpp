@@ -1,0 +1,1 @@
+// VekStdCLib.cpp - not written yet.

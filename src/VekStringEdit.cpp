@@ -1,0 +1,1 @@
+// VekStringEdit.cpp - not written yet.

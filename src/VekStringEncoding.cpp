@@ -1,0 +1,1 @@
+// VekStringEncoding.cpp - not written yet.

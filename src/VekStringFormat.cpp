@@ -1,0 +1,1 @@
+// VekStringFormat.cpp - not written yet.

@@ -1,0 +1,160 @@
+// VekStringPrivate.h - the storage engine shared by the string sources.
+//
+// This is the one place that obtains a character buffer, lays the surviving
+// pieces of the old content into it and returns the old buffer. Editing code
+// describes the new layout as up to three segments (pos, n, dstPos): the n
+// bytes at offset pos of the current buffer go to offset dstPos of the new
+// block. The old block is released only after every segment is copied, so a
+// segment may read the string's own content even when the edit's operand lies
+// inside that content. Callers compute everything before calling and change
+// nothing before it returns, so a refusal leaves the string exactly as it was.
+//
+// Nothing here validates its arguments; the public functions do that. Never
+// installed: the functions are internal to the library.
+#ifndef VEK_SRC_VEKSTRINGPRIVATE_H
+#define VEK_SRC_VEKSTRINGPRIVATE_H
+
+#include <cassert>
+
+#include "Vek/Utils/VekAllocator.h"
+#include "Vek/Utils/VekStdCLib.h"
+#include "Vek/Utils/VekString.h"
+#include "Vek/Utils/VekTypes.h"
+
+// Debug-build check of a precondition the code below relies on.
+#define VEK_ASSERT(condition, message) assert((condition) && (message))
+
+static inline VekSizeT VekMaximum__VekSizeT(VekSizeT a, VekSizeT b)
+{
+    return VekSizeTLess(&a, &b) ? b : a;
+}
+
+static inline VekSizeT VekMinimum__VekSizeT(VekSizeT a, VekSizeT b)
+{
+    return VekSizeTLess(&b, &a) ? b : a;
+}
+
+// CopyBuffer copies n bytes from src + srcPos to dst + dstPos; the ranges must
+// not overlap. A zero count touches neither pointer, so either may then be a
+// pointer memcpy would not accept.
+static inline void CopyBuffer(char* dst, VekSizeT dstPos, VekSizeT n, const char* src,
+                              VekSizeT srcPos)
+{
+    if (n != 0)
+        VekMemCpy(dst + dstPos, src + srcPos, n);
+}
+
+// SetBuffer fills n bytes at dst + dstPos with c.
+static inline void SetBuffer(char* dst, VekSizeT dstPos, VekSizeT n, char c)
+{
+    if (n != 0)
+        VekMemSet(dst + dstPos, (unsigned char)c, n);
+}
+
+// Deallocate returns an owned block to the string's allocator with the byte
+// count it was obtained with. It changes no field: the caller installs the
+// replacement.
+static inline void Deallocate(VekString* x)
+{
+    if (x->capacity != 0)
+        VekAllocatorDeallocate(x->allocator, x->buf, x->capacity + 1);
+}
+
+// StringSetSize sets the size and, when the string owns its block, writes the
+// terminator. Use it wherever the string may own nothing.
+static inline void StringSetSize(VekString* x, VekSizeT len)
+{
+    x->size = len;
+    if (x->capacity != 0)
+        x->buf[len] = '\0';
+}
+
+// StringSetSizeNoCheck is StringSetSize for strings known to own their block.
+static inline void StringSetSizeNoCheck(VekString* x, VekSizeT len)
+{
+    VEK_ASSERT(x->capacity != 0 && len <= x->capacity, "terminator outside an owned block");
+    x->size = len;
+    x->buf[len] = '\0';
+}
+
+// StringCheckPos accepts a position up to and including the end.
+static inline VekBool StringCheckPos(const VekString* x, VekSizeT pos)
+{
+    return (VekBool)(pos <= x->size);
+}
+
+// StringBoundOffset clamps a count to the bytes behind pos (pos already checked).
+static inline VekSizeT StringBoundOffset(const VekString* x, VekSizeT pos, VekSizeT n)
+{
+    return VekMinimum__VekSizeT(x->size - pos, n);
+}
+
+// StringAddSizes stores a + b in *sum, or returns false when the sum would not
+// fit 64 bits. Such a size is refused like one beyond the allocator's limit.
+static inline VekBool StringAddSizes(VekSizeT a, VekSizeT b, VekSizeT* sum)
+{
+    if (b > VekStringNpos - a)
+        return VEK_FALSE;
+    *sum = a + b;
+    return VEK_TRUE;
+}
+
+// StringGrownCapacity is the growth rule of the editing functions: the larger
+// of what the result needs and twice the current capacity. Doubling a capacity
+// of 2^63 or more saturates to VekStringNpos, which the allocator's limit
+// always refuses, instead of wrapping to a small value.
+static inline VekSizeT StringGrownCapacity(const VekString* x, VekSizeT required)
+{
+    const VekSizeT doubled =
+        x->capacity > VekStringNpos / 2 ? VekStringNpos : 2 * x->capacity;
+    return VekMaximum__VekSizeT(required, doubled);
+}
+
+// StringDoReallocate3 is the reallocation. Capacity 0 releases the block and
+// leaves the string empty on the shared byte; it cannot fail. Otherwise it
+// obtains a block of capacity + 1 bytes, copies the three segments from the
+// current buffer (owned or not) in order, returns the old block if owned, and
+// installs the new one. It never changes the size and never writes a
+// terminator: the caller sets the size next. A capacity at or above the
+// allocator's maxSize, or a NULL from allocate, returns false with nothing
+// changed, copied or released.
+static inline VekBool StringDoReallocate3(VekString* x, VekSizeT capacity, VekSizeT pos1,
+                                          VekSizeT n1, VekSizeT dstPos1, VekSizeT pos2,
+                                          VekSizeT n2, VekSizeT dstPos2, VekSizeT pos3,
+                                          VekSizeT n3, VekSizeT dstPos3)
+{
+    if (capacity == 0) {
+        Deallocate(x);
+        x->size = 0;
+        x->buf = vekStringEmpty_;
+        x->capacity = 0;
+        return VEK_TRUE;
+    }
+    if (capacity >= VekStringMaxSize(x))
+        return VEK_FALSE;
+    char* buf = static_cast<char*>(VekAllocatorAllocate(x->allocator, capacity + 1));
+    if (buf == nullptr)
+        return VEK_FALSE;
+    CopyBuffer(buf, dstPos1, n1, x->buf, pos1);
+    CopyBuffer(buf, dstPos2, n2, x->buf, pos2);
+    CopyBuffer(buf, dstPos3, n3, x->buf, pos3);
+    Deallocate(x);
+    x->buf = buf;
+    x->capacity = capacity;
+    return VEK_TRUE;
+}
+
+static inline VekBool StringDoReallocate2(VekString* x, VekSizeT capacity, VekSizeT pos1,
+                                          VekSizeT n1, VekSizeT dstPos1, VekSizeT pos2,
+                                          VekSizeT n2, VekSizeT dstPos2)
+{
+    return StringDoReallocate3(x, capacity, pos1, n1, dstPos1, pos2, n2, dstPos2, 0, 0, 0);
+}
+
+static inline VekBool StringDoReallocate(VekString* x, VekSizeT capacity, VekSizeT pos, VekSizeT n,
+                                         VekSizeT dstPos)
+{
+    return StringDoReallocate3(x, capacity, pos, n, dstPos, 0, 0, 0, 0, 0, 0);
+}
+
+#endif // VEK_SRC_VEKSTRINGPRIVATE_H

@@ -1,0 +1,1 @@
+// VekStringSearch.cpp - not written yet.

@@ -1,0 +1,155 @@
+// VekStringStorage.cpp - lifetime and storage of VekString: construction,
+// destruction, moves, swaps, reserve, clear and raw-buffer release.
+//
+// Every copying constructor funnels into VekStringConstructCStrLen, which asks
+// the engine for a block of exactly the length; every capacity change goes
+// through the engine's reallocation. Moves and swaps only exchange records, so
+// they never allocate and cost the same for any length.
+#include "VekStringPrivate.h"
+
+// The shared empty C string. It is const storage behind a non-const pointer
+// so that a stray write through an unowned buffer faults instead of silently
+// corrupting every empty string.
+static const char emptyString[1] = {'\0'};
+char* vekStringEmpty_ = const_cast<char*>(emptyString);
+
+// StringMakeEmpty points a record at the shared empty byte, owning nothing.
+static inline void StringMakeEmpty(VekString* x)
+{
+    x->buf = vekStringEmpty_;
+    x->size = 0;
+    x->capacity = 0;
+}
+
+VekString* VekStringConstructDefault(VekString* x, VekAllocator* a) noexcept
+{
+    x->allocator = a;
+    StringMakeEmpty(x);
+    return x;
+}
+
+// The record is made a valid empty string first, so a refusal leaves it one.
+VekString* VekStringConstructCStrLen(VekString* x, const char* str, VekSizeT len,
+                                     VekAllocator* a) noexcept
+{
+    VekStringConstructDefault(x, a);
+    if (len == 0)
+        return x;
+    if (!StringDoReallocate(x, len, 0, 0, 0))
+        return nullptr;
+    CopyBuffer(x->buf, 0, len, str, 0);
+    StringSetSizeNoCheck(x, len);
+    return x;
+}
+
+VekString* VekStringConstructCStr(VekString* x, const char* str, VekAllocator* a) noexcept
+{
+    return VekStringConstructCStrLen(x, str, VekStrLen(str), a);
+}
+
+void VekStringDestruct(VekString* x) noexcept
+{
+    Deallocate(x);
+    x->allocator = nullptr;
+    x->buf = nullptr;
+    x->size = 0;
+    x->capacity = 0;
+}
+
+// The copy uses the source's allocator and fits its capacity to the content.
+VekString* VekStringConstructCopy(VekString* x, const VekString* src) noexcept
+{
+    return VekStringConstructCStrLen(x, src->buf, src->size, VekStringGetAllocator(src));
+}
+
+VekString* VekStringConstructSubstring(VekString* x, const VekString* str, VekSizeT pos,
+                                       VekSizeT n, VekAllocator* a) noexcept
+{
+    if (!StringCheckPos(str, pos)) {
+        VekStringConstructDefault(x, a);
+        return nullptr;
+    }
+    const VekSizeT len = StringBoundOffset(str, pos, n);
+    return VekStringConstructCStrLen(x, str->buf + pos, len, a);
+}
+
+VekString* VekStringConstructRange(VekString* x, VekStringConstIterator first,
+                                   VekStringConstIterator last, VekAllocator* a) noexcept
+{
+    VEK_ASSERT(first <= last, "reversed range");
+    return VekStringConstructCStrLen(x, first, static_cast<VekSizeT>(last - first), a);
+}
+
+// The source keeps its allocator, so it stays a live string that can be
+// reused or destroyed.
+VekString* VekStringConstructMove(VekString* x, VekString* src) noexcept
+{
+    VEK_ASSERT(x != src, "moving a string onto itself");
+    *x = *src;
+    StringMakeEmpty(src);
+    return x;
+}
+
+// An adopted block becomes an owned buffer like any other; its byte count on
+// release is the caller's capacity, which is the string's capacity + 1.
+VekString* VekStringConstructWithExternalBuffer(VekString* x, char* buffer, VekSizeT length,
+                                                VekSizeT capacity, VekAllocator* a) noexcept
+{
+    VekStringConstructDefault(x, a);
+    if (capacity == 0)
+        return x;
+    if (capacity == 1) {
+        VekAllocatorDeallocate(a, buffer, 1);
+        return x;
+    }
+    x->buf = buffer;
+    x->capacity = capacity - 1;
+    x->size = VekMinimum__VekSizeT(capacity - 1, length);
+    if (buffer[x->size] != '\0')
+        buffer[x->size] = '\0';
+    return x;
+}
+
+VekString* VekStringMove(VekString* x, VekString* src) noexcept
+{
+    if (x == src)
+        return x;
+    Deallocate(x);
+    return VekStringConstructMove(x, src);
+}
+
+VekBool VekStringSwap(VekString* x, VekString* y) noexcept
+{
+    if (x != y) {
+        const VekString t = *x;
+        *x = *y;
+        *y = t;
+    }
+    return VEK_TRUE;
+}
+
+// Reserve always reallocates, even to the same capacity: that is what lets it
+// shrink a block to its content and turn a view into an owned copy.
+VekBool VekStringReserve(VekString* x, VekSizeT res) noexcept
+{
+    const VekSizeT c = VekMaximum__VekSizeT(x->size, res);
+    if (!StringDoReallocate(x, c, 0, x->size, 0))
+        return VEK_FALSE;
+    StringSetSize(x, x->size);
+    return VEK_TRUE;
+}
+
+void VekStringClear(VekString* x) noexcept
+{
+    if (x->capacity != 0)
+        StringSetSizeNoCheck(x, 0);
+    else if (x->size != 0)
+        StringMakeEmpty(x);
+}
+
+void VekStringReleaseBuffer(VekString* x, VekSizeT buflen) noexcept
+{
+    VEK_ASSERT(buflen == 0 || (x->size <= x->capacity && buflen <= x->capacity - x->size),
+               "released beyond the buffer's room");
+    StringSetSize(x, x->size + buflen);
+}

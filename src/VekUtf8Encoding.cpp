@@ -1,0 +1,1 @@
+// VekUtf8Encoding.cpp - not written yet.
