@@ -36,9 +36,9 @@ static inline VekInt CompareBytes(const char* a, VekSizeT alen, const char* b, V
         return ret;
     if (alen < blen)
         return blen - alen > static_cast<VekSizeT>(INT32_MAX) ? INT32_MIN
-                                                               : -static_cast<VekInt>(blen - alen);
+                                                              : -static_cast<VekInt>(blen - alen);
     return alen - blen > static_cast<VekSizeT>(INT32_MAX) ? INT32_MAX
-                                                           : static_cast<VekInt>(alen - blen);
+                                                          : static_cast<VekInt>(alen - blen);
 }
 
 VekBool VekStringEqual(const VekString* x, const VekString* y) noexcept

@@ -191,8 +191,7 @@ VekString* VekStringAppendN(VekString* x, VekSizeT n, char c) noexcept
     VekSizeT size;
     if (!StringAddSizes(x->size, n, &size))
         return nullptr;
-    if (size > x->capacity &&
-        !StringDoReallocate(x, StringGrownCapacity(x, size), 0, x->size, 0))
+    if (size > x->capacity && !StringDoReallocate(x, StringGrownCapacity(x, size), 0, x->size, 0))
         return nullptr;
     SetBuffer(x->buf, x->size, n, c);
     StringSetSize(x, size);
@@ -297,8 +296,8 @@ static inline VekString* StringReplaceAt(VekString* x, VekSizeT pos1, VekSizeT n
     return StringDoReplace(x, pos1, StringBoundOffset(x, pos1, n1), s, len2);
 }
 
-VekString* VekStringReplaceSubstring(VekString* x, VekSizeT pos1, VekSizeT n1,
-                                     const VekString* str, VekSizeT pos2, VekSizeT n2) noexcept
+VekString* VekStringReplaceSubstring(VekString* x, VekSizeT pos1, VekSizeT n1, const VekString* str,
+                                     VekSizeT pos2, VekSizeT n2) noexcept
 {
     if (!StringCheckPos(str, pos2))
         return nullptr;

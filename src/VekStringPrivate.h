@@ -105,8 +105,7 @@ static inline VekBool StringAddSizes(VekSizeT a, VekSizeT b, VekSizeT* sum)
 // always refuses, instead of wrapping to a small value.
 static inline VekSizeT StringGrownCapacity(const VekString* x, VekSizeT required)
 {
-    const VekSizeT doubled =
-        x->capacity > VekStringNpos / 2 ? VekStringNpos : 2 * x->capacity;
+    const VekSizeT doubled = x->capacity > VekStringNpos / 2 ? VekStringNpos : 2 * x->capacity;
     return VekMaximum__VekSizeT(required, doubled);
 }
 
@@ -119,9 +118,9 @@ static inline VekSizeT StringGrownCapacity(const VekString* x, VekSizeT required
 // allocator's maxSize, or a NULL from allocate, returns false with nothing
 // changed, copied or released.
 static inline VekBool StringDoReallocate3(VekString* x, VekSizeT capacity, VekSizeT pos1,
-                                          VekSizeT n1, VekSizeT dstPos1, VekSizeT pos2,
-                                          VekSizeT n2, VekSizeT dstPos2, VekSizeT pos3,
-                                          VekSizeT n3, VekSizeT dstPos3)
+                                          VekSizeT n1, VekSizeT dstPos1, VekSizeT pos2, VekSizeT n2,
+                                          VekSizeT dstPos2, VekSizeT pos3, VekSizeT n3,
+                                          VekSizeT dstPos3)
 {
     if (capacity == 0) {
         Deallocate(x);
@@ -145,8 +144,8 @@ static inline VekBool StringDoReallocate3(VekString* x, VekSizeT capacity, VekSi
 }
 
 static inline VekBool StringDoReallocate2(VekString* x, VekSizeT capacity, VekSizeT pos1,
-                                          VekSizeT n1, VekSizeT dstPos1, VekSizeT pos2,
-                                          VekSizeT n2, VekSizeT dstPos2)
+                                          VekSizeT n1, VekSizeT dstPos1, VekSizeT pos2, VekSizeT n2,
+                                          VekSizeT dstPos2)
 {
     return StringDoReallocate3(x, capacity, pos1, n1, dstPos1, pos2, n2, dstPos2, 0, 0, 0);
 }

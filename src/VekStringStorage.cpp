@@ -62,8 +62,8 @@ VekString* VekStringConstructCopy(VekString* x, const VekString* src) noexcept
     return VekStringConstructCStrLen(x, src->buf, src->size, VekStringGetAllocator(src));
 }
 
-VekString* VekStringConstructSubstring(VekString* x, const VekString* str, VekSizeT pos,
-                                       VekSizeT n, VekAllocator* a) noexcept
+VekString* VekStringConstructSubstring(VekString* x, const VekString* str, VekSizeT pos, VekSizeT n,
+                                       VekAllocator* a) noexcept
 {
     if (!StringCheckPos(str, pos)) {
         VekStringConstructDefault(x, a);

@@ -98,7 +98,7 @@ struct SpanCase {
 TEST(EqualSubstring, ClampsPositionAndCount)
 {
     const SpanCase cases[] = {
-        {2, kNpos, "llo", true}, {2, 2, "ll", true},  {2, 2, "llo", false}, {5, 3, "", true},
+        {2, kNpos, "llo", true}, {2, 2, "ll", true},   {2, 2, "llo", false}, {5, 3, "", true},
         {6, 0, "", true},        {kNpos, 9, "", true}, {9, 9, "o", false},   {0, 0, "", true},
     };
     Strings strings;
@@ -126,10 +126,11 @@ struct CompareCase {
 TEST(Compare, OrdersLikeMemcmpThenByLength)
 {
     const CompareCase cases[] = {
-        {"", "", 0, true},         {"ab", "abc", -1, true},   {"a", "abc", -1, true},
-        {"abc", "ab", 1, true},    {"b", "abc", 1, false},    {"abc", "abd", -1, false},
-        {"\x80", "a", 1, false},   {"\xff", "\x01", 1, false}, {"abc", "abc", 0, true},
-        {std::string("a\0", 2), "a", 1, true},
+        {"", "", 0, true},       {"ab", "abc", -1, true},
+        {"a", "abc", -1, true},  {"abc", "ab", 1, true},
+        {"b", "abc", 1, false},  {"abc", "abd", -1, false},
+        {"\x80", "a", 1, false}, {"\xff", "\x01", 1, false},
+        {"abc", "abc", 0, true}, {std::string("a\0", 2), "a", 1, true},
     };
     Strings strings;
     for (const CompareCase& c : cases) {
@@ -168,11 +169,7 @@ struct HashCase {
 TEST(Hash, IsTimes33PlusSignedByteFromZero)
 {
     const HashCase cases[] = {
-        {"", 0},
-        {"abc", 108966},
-        {"\xff", kNpos},
-        {"a\xff", 3200},
-        {"a", 97},
+        {"", 0}, {"abc", 108966}, {"\xff", kNpos}, {"a\xff", 3200}, {"a", 97},
     };
     Strings strings;
     for (const HashCase& c : cases)
@@ -184,7 +181,8 @@ TEST(Hash, IsTimes33PlusSignedByteFromZero)
         all.push_back(static_cast<char>(i * 7));
     VekSizeT expected = 0;
     for (char b : all)
-        expected = expected * 33 + static_cast<VekSizeT>(static_cast<int64_t>(static_cast<signed char>(b)));
+        expected = expected * 33 +
+                   static_cast<VekSizeT>(static_cast<int64_t>(static_cast<signed char>(b)));
     EXPECT_EQ(VekStringHash(strings.Make(all)), expected);
 }
 

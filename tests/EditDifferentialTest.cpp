@@ -137,7 +137,8 @@ private:
         }
         default: {
             const std::string bytes = RandomBytes(24);
-            VekStringConstructCStrLen(&op.temp, bytes.data(), bytes.size(), VekAllocatorGetDefault());
+            VekStringConstructCStrLen(&op.temp, bytes.data(), bytes.size(),
+                                      VekAllocatorGetDefault());
             op.owns_temp = true;
             op.record = &op.temp;
         }
@@ -178,7 +179,8 @@ private:
     // One edit: the expected content, or nullopt when the call must fail.
     using Expected = std::optional<std::string>;
 
-    static Expected Replace(const std::string& model, VekSizeT pos, VekSizeT n, const std::string& with)
+    static Expected Replace(const std::string& model, VekSizeT pos, VekSizeT n,
+                            const std::string& with)
     {
         if (pos > model.size())
             return std::nullopt;
@@ -219,8 +221,9 @@ private:
         alloc_.SetMaxSize(static_cast<VekSizeT>(PTRDIFF_MAX));
         outside_.clear();
 
-        SCOPED_TRACE(testing::Message() << "step " << step_ << ": " << name << " on " << before
-                                        << " (model \"" << model << "\"), trace \"" << trace << '"');
+        SCOPED_TRACE(testing::Message()
+                     << "step " << step_ << ": " << name << " on " << before << " (model \""
+                     << model << "\"), trace \"" << trace << '"');
         ASSERT_TRUE(HasInvariants(*x));
         if (!ok) {
             // Refused: a bad position (expected nullopt) or the allocator.
@@ -230,7 +233,8 @@ private:
                 return;
             }
             ASSERT_LT(refusal, 2) << "failed without a refusing allocator";
-            ASSERT_TRUE(trace.empty() || (trace.back() == '!' && trace.find(' ') == std::string::npos));
+            ASSERT_TRUE(trace.empty() ||
+                        (trace.back() == '!' && trace.find(' ') == std::string::npos));
             return;
         }
         ASSERT_TRUE(expected.has_value()) << "succeeded where it must fail";
@@ -394,7 +398,8 @@ bool EditFuzz::Edit(VekString* x, const std::string& m, Expected* expected, std:
         const VekSizeT p = Below(size + 1);
         const VekSizeT len = Below(size - p + 1);
         *expected = Replace(m, p, len, o.bytes);
-        return VekStringReplaceRange(x, x->buf + p, x->buf + p + len, o.ptr, o.ptr + o.len) != nullptr;
+        return VekStringReplaceRange(x, x->buf + p, x->buf + p + len, o.ptr, o.ptr + o.len) !=
+               nullptr;
     }
     case 18: {
         EDIT("Insert");

@@ -59,8 +59,7 @@ TEST_P(SelfReplace, OnGrowthCopiesStraightIntoTheNewBlock)
     alloc.ClearEvents();
     ASSERT_EQ(VekStringReplaceSubstring(&s, c.pos1, c.n1, &s, c.pos2, c.n2), &s);
     EXPECT_EQ(Content(s), c.expected);
-    const std::string expected_trace =
-        std::string(c.expected).size() > 6 ? "+13 -7" : "";
+    const std::string expected_trace = std::string(c.expected).size() > 6 ? "+13 -7" : "";
     EXPECT_EQ(alloc.Trace(), expected_trace);
     EXPECT_TRUE(HasInvariants(s));
     VekStringDestruct(&s);
@@ -125,21 +124,51 @@ const std::string kTwentyFive(25, 'z');
 INSTANTIATE_TEST_SUITE_P(
     Table, Growth,
     testing::Values(
-        GrowthCase{"AppendOneDoubles", 10, 1000, [](VekString* s) { return VekStringAppendChar(s, 'x') != nullptr; }, "+21 -11", 20},
-        GrowthCase{"AppendManyTakesWhatItNeeds", 10, 1000, [](VekString* s) { return VekStringAppendCStr(s, kTwentyFive.c_str()) != nullptr; }, "+36 -11", 35},
-        GrowthCase{"AppendSelfDoubles", 10, 1000, [](VekString* s) { return VekStringAppend(s, s) != nullptr; }, "+21 -11", 20},
-        GrowthCase{"AppendSelfFitsInPlace", 20, 1000, [](VekString* s) { return VekStringAppend(s, s) != nullptr; }, "", 20},
-        GrowthCase{"DoubledCapacityRefusedByTheLimit", 16, 30, [](VekString* s) { return VekStringAppendN(s, 7, 'x') != nullptr; }, "", 0},
-        GrowthCase{"LimitIsStrict", 10, 21, [](VekString* s) { return VekStringAppendChar(s, 'x') != nullptr; }, "+21 -11", 20},
-        GrowthCase{"LimitAtTheDoubledCapacity", 10, 20, [](VekString* s) { return VekStringAppendChar(s, 'x') != nullptr; }, "", 0},
-        GrowthCase{"AssignGrowsToTheLargerOfLengthAndDouble", 10, 1000, [](VekString* s) { return VekStringAssignCStr(s, "0123456789a") != nullptr; }, "+21 -11", 20},
-        GrowthCase{"AssignShorterKeepsTheBlock", 10, 1000, [](VekString* s) { return VekStringAssignCStr(s, "abc") != nullptr; }, "", 10},
-        GrowthCase{"InsertGrows", 10, 1000, [](VekString* s) { return VekStringInsertCStr(s, 0, kTwentyFive.c_str()) != nullptr; }, "+36 -11", 35},
-        GrowthCase{"ReplaceGrows", 10, 1000, [](VekString* s) { return VekStringReplaceCStr(s, 1, 1, "xyz") != nullptr; }, "+21 -11", 20},
-        GrowthCase{"ResizeGrows", 10, 1000, [](VekString* s) { return VekStringResize(s, 12, "-"); }, "+21 -11", 20},
-        GrowthCase{"AppendNNearNposIsRefused", 10, kNpos, [](VekString* s) { return VekStringAppendN(s, kNpos - 5, 'x') != nullptr; }, "", 0},
-        GrowthCase{"InsertNearNposIsRefused", 10, kNpos, [](VekString* s) { return VekStringInsertCStrLen(s, 0, "", kNpos - 5) != nullptr; }, "", 0},
-        GrowthCase{"ReplaceByOutsideByteInPlace", 10, 1000, [](VekString* s) { return VekStringReplaceChar(s, 1, 3, 'Z') != nullptr && Content(*s) == "0Z456789"; }, "", 10}),
+        GrowthCase{"AppendOneDoubles", 10, 1000,
+                   [](VekString* s) { return VekStringAppendChar(s, 'x') != nullptr; }, "+21 -11",
+                   20},
+        GrowthCase{
+            "AppendManyTakesWhatItNeeds", 10, 1000,
+            [](VekString* s) { return VekStringAppendCStr(s, kTwentyFive.c_str()) != nullptr; },
+            "+36 -11", 35},
+        GrowthCase{"AppendSelfDoubles", 10, 1000,
+                   [](VekString* s) { return VekStringAppend(s, s) != nullptr; }, "+21 -11", 20},
+        GrowthCase{"AppendSelfFitsInPlace", 20, 1000,
+                   [](VekString* s) { return VekStringAppend(s, s) != nullptr; }, "", 20},
+        GrowthCase{"DoubledCapacityRefusedByTheLimit", 16, 30,
+                   [](VekString* s) { return VekStringAppendN(s, 7, 'x') != nullptr; }, "", 0},
+        GrowthCase{"LimitIsStrict", 10, 21,
+                   [](VekString* s) { return VekStringAppendChar(s, 'x') != nullptr; }, "+21 -11",
+                   20},
+        GrowthCase{"LimitAtTheDoubledCapacity", 10, 20,
+                   [](VekString* s) { return VekStringAppendChar(s, 'x') != nullptr; }, "", 0},
+        GrowthCase{"AssignGrowsToTheLargerOfLengthAndDouble", 10, 1000,
+                   [](VekString* s) { return VekStringAssignCStr(s, "0123456789a") != nullptr; },
+                   "+21 -11", 20},
+        GrowthCase{"AssignShorterKeepsTheBlock", 10, 1000,
+                   [](VekString* s) { return VekStringAssignCStr(s, "abc") != nullptr; }, "", 10},
+        GrowthCase{
+            "InsertGrows", 10, 1000,
+            [](VekString* s) { return VekStringInsertCStr(s, 0, kTwentyFive.c_str()) != nullptr; },
+            "+36 -11", 35},
+        GrowthCase{"ReplaceGrows", 10, 1000,
+                   [](VekString* s) { return VekStringReplaceCStr(s, 1, 1, "xyz") != nullptr; },
+                   "+21 -11", 20},
+        GrowthCase{"ResizeGrows", 10, 1000,
+                   [](VekString* s) { return VekStringResize(s, 12, "-"); }, "+21 -11", 20},
+        GrowthCase{"AppendNNearNposIsRefused", 10, kNpos,
+                   [](VekString* s) { return VekStringAppendN(s, kNpos - 5, 'x') != nullptr; }, "",
+                   0},
+        GrowthCase{
+            "InsertNearNposIsRefused", 10, kNpos,
+            [](VekString* s) { return VekStringInsertCStrLen(s, 0, "", kNpos - 5) != nullptr; }, "",
+            0},
+        GrowthCase{"ReplaceByOutsideByteInPlace", 10, 1000,
+                   [](VekString* s) {
+                       return VekStringReplaceChar(s, 1, 3, 'Z') != nullptr &&
+                              Content(*s) == "0Z456789";
+                   },
+                   "", 10}),
     [](const auto& info) { return info.param.name; });
 
 TEST(Growth, AllocationRefusedLeavesEverythingAndCallsNothingElse)

@@ -64,7 +64,8 @@ TEST_P(ConstructCStrLen, GivesExactCapacityOrAValidEmptyString)
     }
     alloc.ClearEvents();
     VekStringDestruct(&s);
-    EXPECT_EQ(alloc.Trace(), c.succeeds && !c.content.empty() ? "-" + std::to_string(c.content.size() + 1) : "");
+    EXPECT_EQ(alloc.Trace(),
+              c.succeeds && !c.content.empty() ? "-" + std::to_string(c.content.size() + 1) : "");
     EXPECT_TRUE(alloc.IsClean());
 }
 
@@ -265,7 +266,9 @@ VekVoidPtr NoAllocate(VekAllocator*, VekSizeT)
 {
     return nullptr;
 }
-void NoRelease(VekAllocator*, VekVoidPtr, VekSizeT) {}
+void NoRelease(VekAllocator*, VekVoidPtr, VekSizeT)
+{
+}
 
 TEST(ExternalBuffer, AdoptsBlocksOfTwoOrMoreBytes)
 {

@@ -39,8 +39,9 @@ VekVoidPtr RecordingAllocator::Allocate(VekAllocator* a, VekSizeT size)
     if (size > a->maxSize)
         self->problems_.push_back("allocate of " + std::to_string(size) + " bytes beyond maxSize");
     const std::size_t call = ++self->calls_;
-    const bool refused = self->refuse_at_ != 0 &&
-                         (call == self->refuse_at_ || (self->refuse_after_ && call > self->refuse_at_));
+    const bool refused =
+        self->refuse_at_ != 0 &&
+        (call == self->refuse_at_ || (self->refuse_after_ && call > self->refuse_at_));
     void* block = refused ? nullptr : std::malloc(static_cast<std::size_t>(size));
     if (block != nullptr) {
         std::memset(block, 0xA5, static_cast<std::size_t>(size));
@@ -98,7 +99,8 @@ ReadOnlyBytes::ReadOnlyBytes(std::string_view bytes) : size_(bytes.size())
     const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const std::size_t data_pages = (bytes.size() + page - 1) / page;
     mapping_size_ = (data_pages + 1) * page;
-    void* m = mmap(nullptr, mapping_size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    void* m =
+        mmap(nullptr, mapping_size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (m == MAP_FAILED)
         std::abort();
     mapping_ = static_cast<char*>(m);
@@ -122,7 +124,8 @@ testing::AssertionResult HasInvariants(const VekString& s)
     if (s.capacity == 0)
         return testing::AssertionSuccess();
     if (s.size > s.capacity)
-        return testing::AssertionFailure() << "size " << s.size << " beyond capacity " << s.capacity;
+        return testing::AssertionFailure()
+               << "size " << s.size << " beyond capacity " << s.capacity;
     if (s.buf == vekStringEmpty_)
         return testing::AssertionFailure() << "owns the shared empty byte";
     if (s.buf[s.size] != '\0')

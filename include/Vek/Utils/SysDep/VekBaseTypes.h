@@ -27,7 +27,7 @@
 
 /* Lets GCC and Clang check printf-style calls against their arguments. */
 #if defined(__GNUC__) || defined(__clang__)
-#define VEK_PRINTF_FORMAT(fmt_index, args_index) \
+#define VEK_PRINTF_FORMAT(fmt_index, args_index)                                                   \
     __attribute__((format(printf, fmt_index, args_index)))
 #else
 #define VEK_PRINTF_FORMAT(fmt_index, args_index)
