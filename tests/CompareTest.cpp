@@ -2,6 +2,9 @@
 #include "VekTestSupport.h"
 
 #include <deque>
+#include <random>
+
+#include "VekStringHash.h"
 
 namespace {
 
@@ -174,16 +177,54 @@ TEST(Hash, IsTimes33PlusSignedByteFromZero)
     Strings strings;
     for (const HashCase& c : cases)
         EXPECT_EQ(VekStringHash(strings.Make(c.content)), c.hash) << c.content;
+}
 
-    // Long content against the plain definition, with every byte value.
-    std::string all;
-    for (int i = 0; i < 1000; ++i)
-        all.push_back(static_cast<char>(i * 7));
-    VekSizeT expected = 0;
-    for (char b : all)
-        expected = expected * 33 +
-                   static_cast<VekSizeT>(static_cast<int64_t>(static_cast<signed char>(b)));
-    EXPECT_EQ(VekStringHash(strings.Make(all)), expected);
+// PlainHash is the definition, one byte a step: the oracle for the kernels,
+// which take the bytes 8 or 16 at a time.
+VekSizeT PlainHash(std::string_view bytes)
+{
+    VekSizeT hash = 0;
+    for (char b : bytes)
+        hash = hash * 33 + static_cast<VekSizeT>(static_cast<int64_t>(static_cast<signed char>(b)));
+    return hash;
+}
+
+// Every length up to four blocks (so every split into blocks, words and a
+// masked last word), a few long runs, and the extreme bytes 0x7f and 0x80,
+// which make the largest and smallest partial sums inside the kernels; each
+// at several alignments, through every kernel this build has.
+TEST(Hash, EveryKernelMatchesThePlainLoop)
+{
+    std::mt19937 rng(33);
+    auto random_bytes = [&rng](std::size_t len) {
+        std::string out(len, '\0');
+        for (char& c : out)
+            c = static_cast<char>(rng());
+        return out;
+    };
+    std::vector<std::string> inputs;
+    for (std::size_t len = 0; len <= 64; ++len) {
+        inputs.push_back(random_bytes(len));
+        inputs.push_back(std::string(len, '\x7f'));
+        inputs.push_back(std::string(len, '\x80'));
+    }
+    for (std::size_t len : {1000, 4099, 65536 + 13})
+        inputs.push_back(random_bytes(len));
+
+    Strings strings;
+    for (const std::string& input : inputs) {
+        SCOPED_TRACE(testing::Message() << "length " << input.size());
+        const VekSizeT expected = PlainHash(input);
+        EXPECT_EQ(VekStringHash(strings.Make(input)), expected);
+        for (std::size_t shift : {0, 1, 7, 13}) {
+            const std::string padded = std::string(shift, '#') + input;
+            const char* bytes = padded.data() + shift;
+            EXPECT_EQ(StringHashPortable(bytes, input.size()), expected);
+#ifdef VEK_HASH_HAVE_SSE2
+            EXPECT_EQ(StringHashSse2(bytes, input.size()), expected);
+#endif
+        }
+    }
 }
 
 } // namespace
