@@ -1,0 +1,128 @@
+// Facts about the pool allocator: blocks never overlap and keep their bytes,
+// a class's freed block is the next one handed out for that class, strings
+// built over the pool behave, and Destroy returns everything, blocks still in
+// use included (the sanitizer build's leak check sees any that stay behind).
+#include "VekTestSupport.h"
+
+#include <cstdint>
+#include <cstring>
+#include <random>
+
+#include "Vek/Utils/VekPoolAllocator.h"
+
+namespace {
+
+// A pool that is destroyed at scope end whatever the test left in it.
+struct Pool {
+    Pool() { VekPoolAllocatorInit(&pool); }
+    ~Pool() { VekPoolAllocatorDestroy(&pool); }
+    VekAllocator* get() { return VekPoolAllocatorGet(&pool); }
+    VekPoolAllocator pool;
+};
+
+struct Block {
+    unsigned char* p;
+    VekSizeT size;
+    unsigned char fill;
+};
+
+bool Holds(const Block& b)
+{
+    for (VekSizeT i = 0; i < b.size; ++i)
+        if (b.p[i] != b.fill)
+            return false;
+    return true;
+}
+
+// A random mix of allocations and releases across every class and beyond,
+// each block filled with its own byte: a block handed out twice, or
+// overlapping another, shows as a changed fill.
+TEST(PoolAllocator, BlocksAreDisjointAlignedAndKeepTheirBytes)
+{
+    Pool pool;
+    VekAllocator* a = pool.get();
+    std::mt19937 rng(5);
+    std::vector<Block> live;
+    for (int step = 0; step < 20000; ++step) {
+        if (!live.empty() && rng() % 5 < 2) {
+            const std::size_t k = rng() % live.size();
+            ASSERT_TRUE(Holds(live[k])) << "block of " << live[k].size << " bytes";
+            a->deallocate(a, live[k].p, live[k].size);
+            live[k] = live.back();
+            live.pop_back();
+            continue;
+        }
+        const VekSizeT size = rng() % 8 == 0 ? 1 + rng() % 20000 : 1 + rng() % 300;
+        auto* p = static_cast<unsigned char*>(a->allocate(a, size));
+        ASSERT_NE(p, nullptr);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 16, 0u);
+        const auto fill = static_cast<unsigned char>(step);
+        std::memset(p, fill, size);
+        live.push_back(Block{p, size, fill});
+    }
+    for (const Block& b : live) {
+        EXPECT_TRUE(Holds(b));
+        a->deallocate(a, b.p, b.size);
+    }
+}
+
+struct ReuseCase {
+    VekSizeT freed;
+    VekSizeT requested;
+    bool same_block;
+};
+
+TEST(PoolAllocator, FreedBlockServesItsClassNext)
+{
+    const ReuseCase cases[] = {
+        {13, 16, true},    {16, 1, true},      {16, 17, false},     {129, 160, true},
+        {160, 161, false}, {4000, 4096, true}, {3585, 3584, false},
+    };
+    for (const ReuseCase& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.freed << " then " << c.requested);
+        Pool pool;
+        VekAllocator* a = pool.get();
+        void* first = a->allocate(a, c.freed);
+        a->deallocate(a, first, c.freed);
+        void* second = a->allocate(a, c.requested);
+        EXPECT_EQ(second == first, c.same_block);
+        a->deallocate(a, second, c.requested);
+    }
+}
+
+TEST(PoolAllocator, StringsGrowThroughEveryClassAndDestroyTakesTheRest)
+{
+    Pool pool;
+    VekString strings[3];
+    std::string models[3];
+    for (int i = 0; i < 3; ++i)
+        VekStringConstructDefault(&strings[i], pool.get());
+    for (int step = 0; step < 3000; ++step) {
+        const int i = step % 3;
+        const char piece[] = {static_cast<char>('a' + step % 26), static_cast<char>(step)};
+        ASSERT_NE(VekStringAppendCStrLen(&strings[i], piece, 2), nullptr);
+        models[i].append(piece, 2);
+    }
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(vektest::Content(strings[i]), models[i]);
+        EXPECT_TRUE(vektest::HasInvariants(strings[i]));
+    }
+    VekStringDestruct(&strings[0]);
+    // strings[1] and strings[2] still hold blocks, small and large, when the
+    // pool goes: Destroy returns them with everything else.
+}
+
+TEST(PoolAllocator, DestroyLeavesAnEmptyPoolReadyForUse)
+{
+    Pool pool;
+    VekAllocator* a = pool.get();
+    a->allocate(a, 100);
+    a->allocate(a, 10000);
+    VekPoolAllocatorDestroy(&pool.pool);
+    EXPECT_EQ(pool.get()->userData, &pool.pool);
+    void* p = a->allocate(a, 100);
+    ASSERT_NE(p, nullptr);
+    a->deallocate(a, p, 100);
+}
+
+} // namespace
