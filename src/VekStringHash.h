@@ -116,11 +116,11 @@ static inline VekSizeT StringHashPortable(const char* p, VekSizeT n)
 }
 
 #ifdef VEK_HASH_HAVE_SSE2
-// StringHashBlockStep hashes the 16 bytes at p: bytes widen to 16-bit lanes, pmaddwd
-// makes pairs (33, 1) and, after packing back to 16 bits, quads (1089, 1);
-// pmuludq joins quads into two 64-bit sums of 8 bytes each, and those join
-// the chain as two words would.
-static inline VekSizeT StringHashBlockStep(VekSizeT hash, const char* p)
+// StringHashBlockSum is the weighted sum of the 16 bytes at p (first byte
+// weighted 33^15). Bytes widen to 16-bit lanes; pmaddwd makes pairs (33, 1)
+// and, after packing back to 16 bits, quads (1089, 1); pmuludq joins quads
+// into two 64-bit sums of 8 bytes each, joined in scalar arithmetic.
+static inline VekSizeT StringHashBlockSum(const char* p)
 {
     const __m128i zero = _mm_setzero_si128();
     const __m128i bytes = _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)),
@@ -137,17 +137,26 @@ static inline VekSizeT StringHashBlockStep(VekSizeT hash, const char* p)
     const VekSizeT first = static_cast<VekSizeT>(_mm_cvtsi128_si64(words));
     const VekSizeT second =
         static_cast<VekSizeT>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(words, words)));
-    return hash * StringHashPow33(16) + (first * StringHashPow33(8) + second - StringHashBias(16));
+    return first * StringHashPow33(8) + second - StringHashBias(16);
 }
 
-// StringHashSse2 hashes n bytes 16 at a time, the rest with the word kernel.
+// StringHashSse2 hashes n bytes 32 at a time, so that the chain through the
+// hash has one multiply-add per 32 bytes whatever order the compiler adds
+// in; then 16, and the rest with the word kernel.
 static inline VekSizeT StringHashSse2(const char* p, VekSizeT n)
 {
     const char* const end = p + n;
     VekSizeT hash = 0;
     const char* q = p;
-    for (; end - q >= 16; q += 16)
-        hash = StringHashBlockStep(hash, q);
+    for (; end - q >= 32; q += 32) {
+        const VekSizeT blocks =
+            StringHashBlockSum(q) * StringHashPow33(16) + StringHashBlockSum(q + 16);
+        hash = hash * StringHashPow33(32) + blocks;
+    }
+    if (end - q >= 16) {
+        hash = hash * StringHashPow33(16) + StringHashBlockSum(q);
+        q += 16;
+    }
     return StringHashFinish(hash, p, q, end);
 }
 #endif
