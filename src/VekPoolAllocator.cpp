@@ -9,7 +9,7 @@
 // Destroy can return them too. No locks: the pool is single-threaded.
 #include "Vek/Utils/VekPoolAllocator.h"
 
-#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 
@@ -35,21 +35,12 @@ struct LargeBlock {
 };
 
 static_assert(sizeof(Slab) <= kHeaderSize && sizeof(LargeBlock) <= kHeaderSize);
+static_assert(offsetof(VekPoolAllocator, allocator) == 0);
 
-// ClassOf maps a byte count of 1 to kLargestPooled to its class: 16-byte
-// steps up to 128, then four steps per doubling. For a count in
-// (2^top, 2^(top + 1)] the step is 2^(top - 2), and which of the four steps
-// it falls in is read off the two bits of count - 1 below its top bit.
-inline unsigned ClassOf(VekSizeT size)
-{
-    if (size <= 128)
-        return static_cast<unsigned>((size + 15) >> 4) - 1;
-    const unsigned top = static_cast<unsigned>(std::bit_width(size - 1)) - 1;
-    return 8 + (top - 7) * 4 + static_cast<unsigned>(((size - 1) >> (top - 2)) & 3);
-}
-
-// ClassSize is the block size of a class: the largest count ClassOf maps to it.
-inline VekSizeT ClassSize(unsigned c)
+// ClassBoundary is the block size of class c, the largest count the class
+// serves: 16-byte steps up to 128, then four steps per doubling, the step
+// from 2^top to 2^(top + 1) being 2^(top - 2).
+constexpr VekSizeT ClassBoundary(unsigned c)
 {
     if (c < 8)
         return 16 * (VekSizeT{c} + 1);
@@ -57,15 +48,46 @@ inline VekSizeT ClassSize(unsigned c)
     return (VekSizeT{1} << top) + ((c - 8) % 4 + 1) * (VekSizeT{1} << (top - 2));
 }
 
+static_assert(ClassBoundary(VEK_POOL_ALLOCATOR_CLASSES - 1) == kLargestPooled);
+
+// Every class boundary is a multiple of 16, so the class of a count depends
+// only on (count - 1) / 16: a table of 256 entries maps every pooled count,
+// built at compile time.
+struct ClassTable {
+    unsigned char of[kLargestPooled / 16];
+    constexpr ClassTable() : of()
+    {
+        unsigned c = 0;
+        for (unsigned i = 0; i < kLargestPooled / 16; ++i) {
+            while (ClassBoundary(c) < 16 * (VekSizeT{i} + 1))
+                ++c;
+            of[i] = static_cast<unsigned char>(c);
+        }
+    }
+};
+constexpr ClassTable kClassTable;
+
+// ClassOf maps a byte count of 1 to kLargestPooled to its class.
+inline unsigned ClassOf(VekSizeT size)
+{
+    return kClassTable.of[(size - 1) >> 4];
+}
+
+// The allocator record is the pool record's first member, so the pool sits
+// at the same address: no load of userData on the way to the free lists.
 inline VekPoolAllocator* PoolOf(VekAllocator* a)
 {
-    return static_cast<VekPoolAllocator*>(a->userData);
+    return reinterpret_cast<VekPoolAllocator*>(a);
 }
 
 char* HeaderEnd(void* header)
 {
     return static_cast<char*>(header) + kHeaderSize;
 }
+
+// The refills and large blocks stay out of line, so the free-list paths
+// inlined into the callbacks need no stack frame.
+#define VEK_POOL_SLOW_PATH [[gnu::noinline]]
 
 // NewSlab starts carving from a fresh slab; what was left of the previous one
 // (less than one block of the largest class) stays unused until Destroy.
@@ -81,9 +103,9 @@ bool NewSlab(VekPoolAllocator* pool)
     return true;
 }
 
-void* CarveBlock(VekPoolAllocator* pool, unsigned c)
+VEK_POOL_SLOW_PATH void* CarveBlock(VekPoolAllocator* pool, unsigned c)
 {
-    const VekSizeT block_size = ClassSize(c);
+    const VekSizeT block_size = ClassBoundary(c);
     if (static_cast<VekSizeT>(pool->carveEnd - pool->carveNext) < block_size && !NewSlab(pool))
         return nullptr;
     void* block = pool->carveNext;
@@ -91,7 +113,7 @@ void* CarveBlock(VekPoolAllocator* pool, unsigned c)
     return block;
 }
 
-void* AllocateLarge(VekPoolAllocator* pool, VekSizeT size)
+VEK_POOL_SLOW_PATH void* AllocateLarge(VekPoolAllocator* pool, VekSizeT size)
 {
     LargeBlock* block = static_cast<LargeBlock*>(std::malloc(size + kHeaderSize));
     if (block == nullptr)
@@ -105,7 +127,7 @@ void* AllocateLarge(VekPoolAllocator* pool, VekSizeT size)
     return HeaderEnd(block);
 }
 
-void DeallocateLarge(VekPoolAllocator* pool, void* p)
+VEK_POOL_SLOW_PATH void DeallocateLarge(VekPoolAllocator* pool, void* p)
 {
     LargeBlock* block = reinterpret_cast<LargeBlock*>(static_cast<char*>(p) - kHeaderSize);
     if (block->prev != nullptr)
