@@ -428,23 +428,45 @@ VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
 /* ------------------------------------------------------------------------
  * Unicode conversion
  *
- * Converts zero-terminated UCS-4 or UTF-16 into UTF-8 straight into the room
- * the string has; only when the result does not fit does the string grow,
- * exactly, through VekStringReserve, and convert again. Input the codec
- * refuses (see VekUtf8Encoding.h) fails: an assignment then leaves the string
- * empty with its buffer kept; an append keeps the size it had.
+ * Converts zero-terminated UCS-4 or UTF-16 into UTF-8 with the codec of
+ * VekUtf8Encoding.h, which refuses input that is not valid Unicode (surrogate
+ * or out-of-range UCS-4 values, unpaired UTF-16 surrogates). The conversion
+ * goes straight into the room x already has, so a result that fits costs one
+ * codec pass and no allocation. Only a longer result makes x grow, exactly to
+ * the new length (never doubled) through VekStringReserve, and converts again;
+ * a view is copied into the new block first.
+ *
+ *     static const VekUint16 text[] = {0x63, 0x61, 0x66, 0xE9, 0};   // "cafe", acute e
+ *     VekStringAssignUtf16(&s, text);       // s holds 5 bytes of UTF-8
+ *
+ * Failures differ from the other families:
+ *  - Refused input empties an assigned (or constructed) string: size 0, the
+ *    buffer and its capacity kept, a view kept as an empty view. An append
+ *    keeps its size and content.
+ *  - WARNING: when an assignment's result is longer than the capacity and
+ *    the growth is refused, x keeps its size, buffer and capacity, but its
+ *    content bytes may already hold part of the new text: the first attempt
+ *    converts over them. An append never overwrites its content.
+ *  - After any failure an owned buffer is again NUL-terminated at size.
  * ------------------------------------------------------------------------ */
 
+/* VekStringConstructUcs4 makes x empty with allocator a, then assigns ucs4;
+ * a failed construction leaves a valid string to destroy. */
 VekString* VekStringConstructUcs4(VekString* x, const VekWideChar* ucs4,
                                   VekAllocator* a) VEK_NOEXCEPT;
 VekString* VekStringConstructUtf16(VekString* x, const VekUint16* utf16,
                                    VekAllocator* a) VEK_NOEXCEPT;
+/* Empty input gives empty content: an owned block is kept, a view is kept as
+ * a view of length 0. */
 VekString* VekStringAssignUcs4(VekString* x, const VekWideChar* ucs4) VEK_NOEXCEPT;
 VekString* VekStringAssignUtf16(VekString* x, const VekUint16* utf16) VEK_NOEXCEPT;
 VekString* VekStringAppendUcs4(VekString* x, const VekWideChar* ucs4) VEK_NOEXCEPT;
 VekString* VekStringAppendUtf16(VekString* x, const VekUint16* utf16) VEK_NOEXCEPT;
+
 /* VekStringWriteUtf16 decodes the content, read as a C string (so up to its
- * first NUL), into output; see VekUtf8DecodeUtf16. x is not changed. */
+ * first NUL), into output with VekUtf8DecodeUtf16, whose arguments and
+ * result it passes through; outputSize and *outputLen count UTF-16 units.
+ * A view must be NUL-terminated by its owner. x is not changed. */
 VekBool VekStringWriteUtf16(const VekString* x, VekUint16* output, VekSizeT outputSize,
                             VekSizeT* outputLen) VEK_NOEXCEPT;
 
