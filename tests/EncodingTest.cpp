@@ -1,11 +1,15 @@
 // Facts about the conversions into and out of a string: UCS-4 and UTF-16
 // assignment and appending (each row runs through both twins), UTF-16
-// output, and the CoreFoundation bridge on both of its roads. Each row states
+// output, and the CoreFoundation stand-in used off Apple. Each row states
 // the result, the content, the capacity and the exact allocator trace; after
 // every call, failed ones too, the string keeps its invariants.
 #include "VekTestSupport.h"
 
+#include "Vek/Utils/SysDep/VekCoreFoundation.h"
+
+#include <cstring>
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace {
@@ -45,6 +49,18 @@ public:
 private:
     ReadOnlyBytes bytes_;
 };
+
+constexpr Start kEmpty{Start::kEmpty, "", 0};
+
+constexpr Start Owned(const char* content, VekSizeT capacity)
+{
+    return {Start::kOwned, content, capacity};
+}
+
+constexpr Start View(const char* content)
+{
+    return {Start::kView, content, 0};
+}
 
 struct Outcome {
     bool succeeds;
@@ -120,87 +136,33 @@ TEST_P(Conversion, Utf16)
 }
 
 constexpr Start kConstruct{Start::kConstruct, "", 0};
-constexpr Start kEmpty{Start::kEmpty, "", 0};
 const std::vector<VekWideChar> kHello = {'h', 'e', 'l', 'l', 'o'};
 const std::vector<VekWideChar> kHellos = {'h', 'e', 'l', 'l', 'o', 's'};
 const std::vector<VekWideChar> kEuro = {0x20AC};
 const std::vector<VekWideChar> kUnpaired = {'A', 0xD800};
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, Conversion,
-    testing::Values(
-        ConversionCase{"ConstructEmpty", kConstruct, false, {}, false, {true, "", 0, ""}},
-        ConversionCase{"ConstructGrowsExactly",
-                       kConstruct,
-                       false,
-                       {0x41, 0xE9},
-                       false,
-                       {true, "A\xC3\xA9", 3, "+4"}},
-        ConversionCase{"ConstructRefused", kConstruct, false, kUnpaired, false, {false, "", 0, ""}},
-        ConversionCase{
-            "AssignFits", {Start::kOwned, "abc", 5}, false, kHello, false, {true, "hello", 5, ""}},
-        ConversionCase{"AssignGrowsExactly",
-                       {Start::kOwned, "abc", 5},
-                       false,
-                       kHellos,
-                       false,
-                       {true, "hellos", 6, "+7 -6"}},
-        ConversionCase{"AssignEmptyKeepsBlock",
-                       {Start::kOwned, "abc", 5},
-                       false,
-                       {},
-                       false,
-                       {true, "", 5, ""}},
-        ConversionCase{"AssignRefusedEmpties",
-                       {Start::kOwned, "0123456789", 10},
-                       false,
-                       kUnpaired,
-                       false,
-                       {false, "", 10, ""}},
-        ConversionCase{"AssignGrowthRefused",
-                       {Start::kOwned, "abc", 5},
-                       false,
-                       kHellos,
-                       true,
-                       {false, nullptr, 5, "+7!"}},
-        ConversionCase{"AssignToLongerView",
-                       {Start::kView, "view", 0},
-                       false,
-                       {0xE9},
-                       false,
-                       {true, "\xC3\xA9", 4, "+5"}},
-        ConversionCase{
-            "AssignEmptyToView", {Start::kView, "view", 0}, false, {}, false, {true, "", 0, ""}},
-        ConversionCase{
-            "AppendFits", {Start::kOwned, "ab", 8}, true, {'c'}, false, {true, "abc", 8, ""}},
-        ConversionCase{"AppendGrowsExactly",
-                       {Start::kOwned, "abcdef", 8},
-                       true,
-                       kEuro,
-                       false,
-                       {true, "abcdef\xE2\x82\xAC", 9, "+10 -9"}},
-        ConversionCase{"AppendToView",
-                       {Start::kView, "view", 0},
-                       true,
-                       {0xE9},
-                       false,
-                       {true, "view\xC3\xA9", 6, "+7"}},
-        ConversionCase{"AppendToEmpty", kEmpty, true, {'a', 'b'}, false, {true, "ab", 2, "+3"}},
-        ConversionCase{
-            "AppendEmpty", {Start::kOwned, "abc", 3}, true, {}, false, {true, "abc", 3, ""}},
-        ConversionCase{"AppendRefusedKeepsSize",
-                       {Start::kOwned, "0123456789", 12},
-                       true,
-                       kUnpaired,
-                       false,
-                       {false, "0123456789", 12, ""}},
-        ConversionCase{"AppendGrowthRefused",
-                       {Start::kOwned, "abcdef", 8},
-                       true,
-                       kEuro,
-                       true,
-                       {false, "abcdef", 8, "+10!"}}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Table, Conversion, testing::Values(
+    //             name                      start                     append text        refuse  expected
+    ConversionCase{"ConstructEmpty",         kConstruct,               false, {},           false, {true, "", 0, ""}},
+    ConversionCase{"ConstructGrowsExactly",  kConstruct,               false, {0x41, 0xE9}, false, {true, "A\xC3\xA9", 3, "+4"}},
+    ConversionCase{"ConstructRefused",       kConstruct,               false, kUnpaired,    false, {false, "", 0, ""}},
+    ConversionCase{"AssignFits",             Owned("abc", 5),          false, kHello,       false, {true, "hello", 5, ""}},
+    ConversionCase{"AssignGrowsExactly",     Owned("abc", 5),          false, kHellos,      false, {true, "hellos", 6, "+7 -6"}},
+    ConversionCase{"AssignEmptyKeepsBlock",  Owned("abc", 5),          false, {},           false, {true, "", 5, ""}},
+    ConversionCase{"AssignRefusedEmpties",   Owned("0123456789", 10),  false, kUnpaired,    false, {false, "", 10, ""}},
+    ConversionCase{"AssignGrowthRefused",    Owned("abc", 5),          false, kHellos,      true,  {false, nullptr, 5, "+7!"}},
+    ConversionCase{"AssignToLongerView",     View("view"),             false, {0xE9},       false, {true, "\xC3\xA9", 4, "+5"}},
+    ConversionCase{"AssignEmptyToView",      View("view"),             false, {},           false, {true, "", 0, ""}},
+    ConversionCase{"AppendFits",             Owned("ab", 8),           true,  {'c'},        false, {true, "abc", 8, ""}},
+    ConversionCase{"AppendGrowsExactly",     Owned("abcdef", 8),       true,  kEuro,        false, {true, "abcdef\xE2\x82\xAC", 9, "+10 -9"}},
+    ConversionCase{"AppendToView",           View("view"),             true,  {0xE9},       false, {true, "view\xC3\xA9", 6, "+7"}},
+    ConversionCase{"AppendToEmpty",          kEmpty,                   true,  {'a', 'b'},   false, {true, "ab", 2, "+3"}},
+    ConversionCase{"AppendEmpty",            Owned("abc", 3),          true,  {},           false, {true, "abc", 3, ""}},
+    ConversionCase{"AppendRefusedKeepsSize", Owned("0123456789", 12),  true,  kUnpaired,    false, {false, "0123456789", 12, ""}},
+    ConversionCase{"AppendGrowthRefused",    Owned("abcdef", 8),       true,  kEuro,        true,  {false, "abcdef", 8, "+10!"}}),
     [](const auto& info) { return info.param.name; });
+// clang-format on
 
 TEST(WriteUtf16, PassesTheDecoderThroughUpToTheFirstNul)
 {
@@ -222,5 +184,69 @@ TEST(WriteUtf16, PassesTheDecoderThroughUpToTheFirstNul)
     VekStringDestruct(&s);
     EXPECT_TRUE(alloc.IsClean());
 }
+
+// ------------------------------------------------------- CoreFoundation
+
+#if !defined(__APPLE__)
+
+constexpr CFStringEncoding kUtf8 = kCFStringEncodingUTF8;
+
+TEST(CoreFoundationStandIn, OffersTheBytesOfAsciiTextOnly)
+{
+    struct Case {
+        const char* text;
+        CFIndex utf16_length;
+        bool direct;
+    };
+    for (const Case& c : {Case{"", 0, true}, Case{"abc", 3, true}, Case{"caf\xC3\xA9", 4, false},
+                          Case{"\xF0\x9D\x84\x9E", 2, false}}) {
+        SCOPED_TRACE(c.text);
+        CFStringRef cf = CFStringCreateWithCString(kCFAllocatorDefault, c.text, kUtf8);
+        ASSERT_NE(cf, nullptr);
+        EXPECT_EQ(CFStringGetLength(cf), c.utf16_length);
+        const char* direct = CFStringGetCStringPtr(cf, kUtf8);
+        EXPECT_EQ(direct != nullptr, c.direct);
+        char out[8];
+        const CFIndex size = static_cast<CFIndex>(std::strlen(c.text)) + 1;
+        EXPECT_FALSE(CFStringGetCString(cf, out, size - 1, kUtf8));
+        ASSERT_TRUE(CFStringGetCString(cf, out, size, kUtf8));
+        EXPECT_STREQ(out, c.text);
+        CFRelease(cf);
+    }
+    EXPECT_EQ(CFStringCreateWithCString(kCFAllocatorDefault, "\xC3", kUtf8), nullptr);
+}
+
+TEST(CoreFoundationStandIn, GetBytesStopsBeforeWhatItCannotConvert)
+{
+    const UniChar units[] = {'a', 0xE9, 0xD800, 'b'};
+    CFStringRef cf = CFStringCreateWithCharacters(kCFAllocatorDefault, units, 4);
+    EXPECT_EQ(CFStringGetCStringPtr(cf, kUtf8), nullptr);
+    struct Case {
+        CFRange range;
+        UInt8 loss_byte;
+        CFIndex max_len; // -1: no buffer, only measure
+        CFIndex converted;
+        std::string bytes;
+    };
+    for (const Case& c :
+         {Case{{0, 4}, 0, -1, 2, "a\xC3\xA9"}, Case{{0, 4}, '?', -1, 4, "a\xC3\xA9?b"},
+          Case{{0, 4}, '?', 2, 1, "a"}, Case{{0, 4}, '?', 9, 4, "a\xC3\xA9?b"},
+          Case{{1, 1}, 0, 9, 1, "\xC3\xA9"}, Case{{2, 2}, 0, 9, 0, ""}}) {
+        UInt8 out[9] = {};
+        CFIndex used = -1;
+        EXPECT_EQ(CFStringGetBytes(cf, c.range, kUtf8, c.loss_byte, false,
+                                   c.max_len < 0 ? nullptr : out, c.max_len, &used),
+                  c.converted);
+        EXPECT_EQ(used, static_cast<CFIndex>(c.bytes.size()));
+        if (c.max_len >= 0) {
+            EXPECT_EQ(std::string(reinterpret_cast<char*>(out), c.bytes.size()), c.bytes);
+        }
+    }
+    char out[16];
+    EXPECT_FALSE(CFStringGetCString(cf, out, sizeof out, kUtf8));
+    CFRelease(cf);
+}
+
+#endif // !__APPLE__
 
 } // namespace
