@@ -1,5 +1,5 @@
-// VekStringEncoding.cpp - conversion between the string's UTF-8 and UCS-4
-// and UTF-16.
+// VekStringEncoding.cpp - conversion between the string's UTF-8 and UCS-4,
+// UTF-16 and CoreFoundation strings.
 //
 // The codec measures and converts in the same call, so every conversion into
 // the string first goes straight into the room the string already has. Only
@@ -8,6 +8,10 @@
 // new block: no scratch buffer, no separate measuring pass when the text fits,
 // no doubling. The UCS-4 and UTF-16 functions share one assigning and one
 // appending worker, instantiated with the codec entry point for their input.
+//
+// The CoreFoundation bridge takes the framework's own UTF-8 text when it is
+// offered; otherwise it measures, makes room, and has the framework convert
+// into the buffer.
 #include "Vek/Utils/VekUtf8Encoding.h"
 #include "VekStringPrivate.h"
 
@@ -114,4 +118,32 @@ VekBool VekStringWriteUtf16(const VekString* x, VekUint16* output, VekSizeT outp
                             VekSizeT* outputLen) noexcept
 {
     return VekUtf8DecodeUtf16(x->buf, output, outputSize, outputLen);
+}
+
+// Fast road: the framework's own UTF-8 text, assigned as a C string. Slow
+// road: measure the UTF-8 length of the whole string, make the capacity at
+// least that (exactly that when it must grow), clear, and let the framework
+// convert into the whole block. The size is the measured length; a string
+// that converts nothing, the empty one included, is refused unchanged.
+VekString* VekStringAssignFromCFString(VekString* x, CFStringRef cfStr) noexcept
+{
+    const char* content = CFStringGetCStringPtr(cfStr, kCFStringEncodingUTF8);
+    if (content != nullptr)
+        return VekStringAssignCStr(x, content);
+    CFIndex length = 0;
+    const CFRange whole = CFRangeMake(0, CFStringGetLength(cfStr));
+    if (CFStringGetBytes(cfStr, whole, kCFStringEncodingUTF8, 0, false, nullptr, 0, &length) <= 0)
+        return nullptr;
+    const VekSizeT utf8_len = static_cast<VekSizeT>(length);
+    if (VekStringCapacity(x) < utf8_len && !VekStringReserve(x, utf8_len))
+        return nullptr;
+    VekStringClear(x);
+    const CFIndex buffer_size = static_cast<CFIndex>(VekStringCapacity(x) + 1);
+    if (!CFStringGetCString(cfStr, VekStringGetBuffer(x), buffer_size, kCFStringEncodingUTF8)) {
+        // The framework may have written into the block; the string stays empty.
+        StringSetSizeNoCheck(x, 0);
+        return nullptr;
+    }
+    VekStringReleaseBuffer(x, utf8_len);
+    return x;
 }

@@ -1,11 +1,10 @@
 // Facts about the conversions into and out of a string: UCS-4 and UTF-16
 // assignment and appending (each row runs through both twins), UTF-16
-// output, and the CoreFoundation stand-in used off Apple. Each row states
+// output, and the CoreFoundation bridge on both of its roads (which road a
+// string takes is the stand-in's, so those rows run off Apple only). Each row states
 // the result, the content, the capacity and the exact allocator trace; after
 // every call, failed ones too, the string keeps its invariants.
 #include "VekTestSupport.h"
-
-#include "Vek/Utils/SysDep/VekCoreFoundation.h"
 
 #include <cstring>
 #include <functional>
@@ -247,6 +246,75 @@ TEST(CoreFoundationStandIn, GetBytesStopsBeforeWhatItCannotConvert)
     CFRelease(cf);
 }
 
+struct BridgeCase {
+    const char* name;
+    Start start;
+    bool direct; // made from a C string of the units, which must be ASCII
+    std::vector<UniChar> units;
+    bool refuse;
+    Outcome expected;
+};
+
+std::ostream& operator<<(std::ostream& out, const BridgeCase& c)
+{
+    return out << c.name;
+}
+
+class Bridge : public testing::TestWithParam<BridgeCase> {};
+
+TEST_P(Bridge, TakesItsRoad)
+{
+    const BridgeCase& c = GetParam();
+    CFStringRef cf = nullptr;
+    if (c.direct) {
+        const std::string ascii(c.units.begin(), c.units.end());
+        cf = CFStringCreateWithCString(kCFAllocatorDefault, ascii.c_str(), kUtf8);
+        ASSERT_NE(CFStringGetCStringPtr(cf, kUtf8), nullptr);
+    } else {
+        const CFIndex n = static_cast<CFIndex>(c.units.size());
+        cf = CFStringCreateWithCharacters(kCFAllocatorDefault, c.units.data(), n);
+    }
+    RunRow(c.start, c.refuse, c.expected,
+           [&](VekString* x, VekAllocator*) { return VekStringAssignFromCFString(x, cf); });
+    CFRelease(cf);
+}
+
+const std::vector<UniChar> kTwenty(20, 'z');
+const char* const kTwentyBytes = "zzzzzzzzzzzzzzzzzzzz";
+const std::vector<UniChar> kHelloWorld = {'h', 'e', 'l', 'l', 'o', ' ', 'w', 'o', 'r', 'l', 'd'};
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Table, Bridge, testing::Values(
+    //         name                            start                     direct units                refuse  expected
+    BridgeCase{"DirectFits",                   Owned("abc", 8),          true,  {'h', 'i'},          false, {true, "hi", 8, ""}},
+    BridgeCase{"DirectGrowsAsAssignment",      Owned("abc", 4),          true,  kHelloWorld,         false, {true, "hello world", 11, "+12 -5"}},
+    BridgeCase{"DirectEmpty",                  Owned("abc", 8),          true,  {},                  false, {true, "", 8, ""}},
+    BridgeCase{"ConvertsInPlace",              Owned("0123456789", 64),  false, kTwenty,             false, {true, kTwentyBytes, 64, ""}},
+    BridgeCase{"GrowsExactly",                 Owned("abc", 8),          false, kTwenty,             false, {true, kTwentyBytes, 20, "+21 -9"}},
+    BridgeCase{"FromEmpty",                    kEmpty,                   false, {'c', 'a', 'f', 0xE9}, false, {true, "caf\xC3\xA9", 5, "+6"}},
+    BridgeCase{"FromLongerView",               View("a longer view"),    false, {'x'},               false, {true, "x", 13, "+14"}},
+    BridgeCase{"EmptyConvertsNothing",         Owned("abc", 8),          false, {},                  false, {false, "abc", 8, ""}},
+    BridgeCase{"NothingConverts",              Owned("abc", 8),          false, {0xD800, 'a'},       false, {false, "abc", 8, ""}},
+    BridgeCase{"GrowthRefused",                Owned("abc", 8),          false, kTwenty,             true,  {false, "abc", 8, "+21!"}},
+    BridgeCase{"ConversionRefused",            Owned("abc", 8),          false, {'a', 'b', 0xDC00},  false, {false, "", 8, ""}},
+    BridgeCase{"ConversionRefusedAfterGrowth", Owned("a", 1),            false, {'a', 'b', 0xDC00},  false, {false, "", 2, "+3 -2"}}),
+    [](const auto& info) { return info.param.name; });
+// clang-format on
+
 #endif // !__APPLE__
+
+TEST(Bridge, AssignsTheUtf8Form)
+{
+    RecordingAllocator alloc;
+    VekString s;
+    VekStringConstructCStr(&s, "old", alloc);
+    CFStringRef cf = CFStringCreateWithCString(kCFAllocatorDefault, "caf\xC3\xA9 \xF0\x9D\x84\x9E",
+                                               kCFStringEncodingUTF8);
+    EXPECT_EQ(VekStringAssignFromCFString(&s, cf), &s);
+    EXPECT_EQ(Content(s), "caf\xC3\xA9 \xF0\x9D\x84\x9E");
+    CFRelease(cf);
+    VekStringDestruct(&s);
+    EXPECT_TRUE(alloc.IsClean());
+}
 
 } // namespace

@@ -65,6 +65,7 @@
 #include <stdarg.h>
 
 #include "SysDep/VekBaseTypes.h"
+#include "SysDep/VekCoreFoundation.h"
 #include "VekAllocator.h"
 
 VEK_EXTERN_C_BEGIN
@@ -469,6 +470,19 @@ VekString* VekStringAppendUtf16(VekString* x, const VekUint16* utf16) VEK_NOEXCE
  * A view must be NUL-terminated by its owner. x is not changed. */
 VekBool VekStringWriteUtf16(const VekString* x, VekUint16* output, VekSizeT outputSize,
                             VekSizeT* outputLen) VEK_NOEXCEPT;
+
+/*
+ * VekStringAssignFromCFString replaces the content by the UTF-8 form of
+ * cfStr. When the framework offers that form directly, this is
+ * VekStringAssignCStr with it, failures included. Otherwise the UTF-8 length
+ * is measured, x grows exactly to it when its capacity is smaller, and the
+ * framework converts straight into x's buffer. Failures on that road: a
+ * string of which nothing converts (an empty one among them) or a refused
+ * growth leave x unchanged; a conversion the framework refuses after
+ * measuring (say an unpaired surrogate behind convertible text) leaves x
+ * empty with its buffer kept.
+ */
+VekString* VekStringAssignFromCFString(VekString* x, CFStringRef cfStr) VEK_NOEXCEPT;
 
 VEK_EXTERN_C_END
 
