@@ -9,10 +9,13 @@
 // the complete conversion. Either phase stops at the zero unit or at the first
 // unit sequence that is not a character, which refuses the whole input.
 //
-// Runs of ASCII, the common case, go through AsciiRun, which checks and
-// converts a block of 16 units per step (SSE2 where the target has it, a plain
-// loop elsewhere); other characters go one code point at a time through the
-// input's ReadCodePoint and the output encoding's Put.
+// Runs of ASCII, the common case, are taken 16 units per step wherever the
+// input is aligned to such a block (SSE2 where the target has it, a plain
+// loop elsewhere). Other characters go one code point at a time through the
+// input's ReadCodePoint and the output encoding's Put; while the output has
+// a few units to spare, a BMP character is stored without branching on its
+// length, since in mixed text that length changes from one character to the
+// next and a branch on it would mostly be mispredicted.
 //
 // The input carries no length, so a block may extend past the zero unit that
 // ends it. Blocks are therefore read only from addresses aligned to the
@@ -96,46 +99,47 @@ inline bool ReadCodePoint(const VekUint16*& p, uint32_t* cp)
     return true;
 }
 
+inline bool IsTrail(uint32_t b)
+{
+    return (b & 0xC0u) == 0x80u;
+}
+
 // UTF-8: the lead byte fixes the number of continuation bytes and the range
 // the first of them may take, which is what rules out overlong forms
 // (C0, C1, E0 80..9F, F0 80..8F), encoded surrogates (ED A0..BF) and values
 // beyond U+10FFFF (F4 90..BF, F5..FF). A stray continuation byte is no lead.
-// The terminator fails every range, so a truncated sequence is refused and
-// nothing behind the terminator is read.
+// Each byte is checked before the next is read, and the terminator is no
+// continuation byte, so a truncated sequence is refused and nothing behind
+// the terminator is read.
 inline bool ReadCodePoint(const unsigned char*& p, uint32_t* cp)
 {
     const uint32_t lead = p[0];
     if (lead < 0x80u) {
         *cp = lead;
-        ++p;
+        p += 1;
         return true;
     }
-    unsigned trail = 0;
-    uint32_t lo = 0x80u, hi = 0xBFu;
-    if (lead < 0xC2u || lead > 0xF4u) {
-        return false;
-    } else if (lead < 0xE0u) {
-        trail = 1;
-    } else if (lead < 0xF0u) {
-        trail = 2;
-        lo = lead == 0xE0u ? 0xA0u : lo;
-        hi = lead == 0xEDu ? 0x9Fu : hi;
-    } else {
-        trail = 3;
-        lo = lead == 0xF0u ? 0x90u : lo;
-        hi = lead == 0xF4u ? 0x8Fu : hi;
-    }
-    uint32_t value = lead & (0x3Fu >> trail);
-    for (unsigned k = 1; k <= trail; ++k) {
-        const uint32_t b = p[k];
-        if (b < lo || b > hi)
+    const uint32_t b1 = p[1];
+    if (lead < 0xE0u) {
+        if (lead < 0xC2u || !IsTrail(b1))
             return false;
-        value = (value << 6) | (b & 0x3Fu);
-        lo = 0x80u;
-        hi = 0xBFu;
+        *cp = ((lead & 0x1Fu) << 6) | (b1 & 0x3Fu);
+        p += 2;
+        return true;
     }
-    *cp = value;
-    p += trail + 1;
+    if (lead < 0xF0u) {
+        const uint32_t lo = lead == 0xE0u ? 0xA0u : 0x80u, hi = lead == 0xEDu ? 0x9Fu : 0xBFu;
+        if (b1 < lo || b1 > hi || !IsTrail(p[2]))
+            return false;
+        *cp = ((lead & 0x0Fu) << 12) | ((b1 & 0x3Fu) << 6) | (p[2] & 0x3Fu);
+        p += 3;
+        return true;
+    }
+    const uint32_t lo = lead == 0xF0u ? 0x90u : 0x80u, hi = lead == 0xF4u ? 0x8Fu : 0xBFu;
+    if (lead > 0xF4u || b1 < lo || b1 > hi || !IsTrail(p[2]) || !IsTrail(p[3]))
+        return false;
+    *cp = ((lead & 0x07u) << 18) | ((b1 & 0x3Fu) << 12) | ((p[2] & 0x3Fu) << 6) | (p[3] & 0x3Fu);
+    p += 4;
     return true;
 }
 
@@ -144,25 +148,59 @@ inline bool ReadCodePoint(const unsigned char*& p, uint32_t* cp)
 struct Utf8Output {
     using Unit = char;
 
+    // Length adds up comparisons rather than branching on them; see Put.
     static unsigned Length(uint32_t cp)
     {
-        return cp < 0x80u ? 1 : cp < 0x800u ? 2 : cp < 0x10000u ? 3 : 4;
+        return 1u + (cp >= 0x80u) + (cp >= 0x800u) + (cp >= 0x10000u);
     }
 
     static void Put(char* out, uint32_t cp, unsigned len)
     {
-        if (len == 1) {
+        switch (len) {
+        case 1:
             out[0] = static_cast<char>(cp);
             return;
+        case 2:
+            out[0] = static_cast<char>(0xC0u | (cp >> 6));
+            out[1] = Trail(cp);
+            return;
+        case 3:
+            out[0] = static_cast<char>(0xE0u | (cp >> 12));
+            out[1] = Trail(cp >> 6);
+            out[2] = Trail(cp);
+            return;
+        default:
+            out[0] = static_cast<char>(0xF0u | (cp >> 18));
+            out[1] = Trail(cp >> 12);
+            out[2] = Trail(cp >> 6);
+            out[3] = Trail(cp);
+            return;
         }
-        // The lead byte carries len high bits set, then the top bits of cp.
-        static constexpr unsigned char kLeadMark[5] = {0, 0, 0xC0, 0xE0, 0xF0};
-        for (unsigned k = len - 1; k > 0; --k) {
-            out[k] = static_cast<char>(0x80u | (cp & 0x3Fu));
-            cp >>= 6;
-        }
-        out[0] = static_cast<char>(kLeadMark[len] | cp);
     }
+
+    // PutWithSlack writes cp where kSlack units of room remain and returns its
+    // length. For a BMP character three bytes are always stored, built with
+    // masks rather than branches, and the length says how many count.
+    static constexpr VekSizeT kSlack = 4;
+
+    static unsigned PutWithSlack(char* out, uint32_t cp)
+    {
+        if (cp >= 0x10000u) {
+            Put(out, cp, 4);
+            return 4;
+        }
+        const uint32_t two = cp >= 0x80u, three = cp >= 0x800u;
+        const uint32_t two_mask = 0u - two, three_mask = 0u - three;
+        const uint32_t lead = (cp & ~two_mask) | ((0xC0u | (cp >> 6)) & two_mask & ~three_mask) |
+                              ((0xE0u | (cp >> 12)) & three_mask);
+        out[0] = static_cast<char>(lead);
+        out[1] = Trail(cp >> (6 * three));
+        out[2] = Trail(cp);
+        return 1 + two + three;
+    }
+
+    // A continuation byte carries six bits.
+    static char Trail(uint32_t bits) { return static_cast<char>(0x80u | (bits & 0x3Fu)); }
 };
 
 struct Utf16Output {
@@ -179,6 +217,16 @@ struct Utf16Output {
         cp -= 0x10000u;
         out[0] = static_cast<VekUint16>(0xD800u | (cp >> 10));
         out[1] = static_cast<VekUint16>(0xDC00u | (cp & 0x3FFu));
+    }
+
+    // A surrogate pair is rare enough for an ordinary branch.
+    static constexpr VekSizeT kSlack = 2;
+
+    static unsigned PutWithSlack(VekUint16* out, uint32_t cp)
+    {
+        const unsigned len = Length(cp);
+        Put(out, cp, len);
+        return len;
     }
 };
 
@@ -263,69 +311,79 @@ VEK_UTF8_NO_SANITIZE_ADDRESS inline bool AsciiBlock(const In* p, Out* out)
     return PortableAsciiBlock<kStore>(p, out);
 }
 
-// AsciiRun returns how many leading units at p are ASCII characters, at most
-// limit, and when kStore converts them to out (which is NULL otherwise).
-// Whole blocks are taken wherever p + n is block-aligned; between blocks, and
-// after a block that does not pass, it goes unit by unit.
+// TakeAsciiBlocks moves p and len over the whole ASCII blocks at p, while p
+// is block-aligned and room - len holds a block, converting them to
+// out + len when kStore. A block that does not pass is left to the caller,
+// which goes on character by character until p is aligned again.
 template <bool kSimd, bool kStore, class In, class Out>
-VEK_UTF8_NO_SANITIZE_ADDRESS VekSizeT AsciiRun(const In* p, Out* out, VekSizeT limit)
+inline void TakeAsciiBlocks(const In*& p, Out* out, VekSizeT room, VekSizeT& len)
 {
-    VekSizeT n = 0;
-    for (;;) {
-        if (IsBlockAligned(p + n)) {
-            while (limit - n >= kBlockUnits &&
-                   AsciiBlock<kSimd, kStore>(p + n, kStore ? out + n : nullptr))
-                n += kBlockUnits;
-        }
-        if (n == limit || !IsAsciiUnit(p[n]))
-            return n;
-        if (kStore)
-            out[n] = static_cast<Out>(p[n]);
-        ++n;
+    if (!IsBlockAligned(p))
+        return;
+    while (room - len >= kBlockUnits && AsciiBlock<kSimd, kStore>(p, kStore ? out + len : out)) {
+        p += kBlockUnits;
+        len += kBlockUnits;
     }
 }
 
 // ------------------------------------------------------------------ transcode
 
-// Convert writes whole characters from p while they fit in room units,
-// leaving p and *len behind the last one written.
+// Convert writes whole characters from p while they fit in room units and
+// reports how far it came. It works on local copies of p and the length: the
+// output stores, char-typed for UTF-8, would otherwise force both back to
+// memory after every byte.
 template <bool kSimd, class Output, class In>
-Stop Convert(const In*& p, typename Output::Unit* out, VekSizeT room, VekSizeT* len)
+Stop Convert(const In*& input, typename Output::Unit* out, VekSizeT room, VekSizeT* written)
 {
+    const In* p = input;
+    VekSizeT len = 0;
+    Stop stop = Stop::kEnd;
     for (;;) {
-        const VekSizeT run = AsciiRun<kSimd, true>(p, out + *len, room - *len);
-        p += run;
-        *len += run;
+        TakeAsciiBlocks<kSimd, true>(p, out, room, len);
         if (*p == 0)
-            return Stop::kEnd;
+            break;
         const In* next = p;
         uint32_t cp = 0;
-        if (!ReadCodePoint(next, &cp))
-            return Stop::kRefused;
+        if (!ReadCodePoint(next, &cp)) {
+            stop = Stop::kRefused;
+            break;
+        }
+        if (room - len >= Output::kSlack) {
+            len += Output::PutWithSlack(out + len, cp);
+            p = next;
+            continue;
+        }
         const unsigned units = Output::Length(cp);
-        if (units > room - *len)
-            return Stop::kFull;
-        Output::Put(out + *len, cp, units);
-        *len += units;
+        if (units > room - len) {
+            stop = Stop::kFull;
+            break;
+        }
+        Output::Put(out + len, cp, units);
+        len += units;
         p = next;
     }
+    input = p;
+    *written = len;
+    return stop;
 }
 
-// Measure adds to *len what the characters from p to the terminator need.
+// Measure adds to *len what the characters from p to the terminator need;
+// false when one of them is refused.
 template <bool kSimd, class Output, class In> bool Measure(const In* p, VekSizeT* len)
 {
     using Unit = typename Output::Unit;
+    VekSizeT n = *len;
     for (;;) {
-        const VekSizeT run = AsciiRun<kSimd, false>(p, static_cast<Unit*>(nullptr), kUnlimited);
-        p += run;
-        *len += run;
+        TakeAsciiBlocks<kSimd, false>(p, static_cast<Unit*>(nullptr), kUnlimited, n);
         if (*p == 0)
-            return true;
+            break;
         uint32_t cp = 0;
         if (!ReadCodePoint(p, &cp))
             return false;
-        *len += Output::Length(cp);
+        n += Output::Length(cp);
     }
+    *len = n;
+    return true;
 }
 
 // The last output unit is kept for the terminator, which follows whatever
