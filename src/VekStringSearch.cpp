@@ -1,5 +1,5 @@
-// VekStringSearch.cpp - substring search forward and backward, and search for
-// bytes in or outside a set.
+// VekStringSearch.cpp - substring search forward and backward, find-and-replace,
+// and search for bytes in or outside a set.
 //
 // Every form reduces its operand to a pointer and a count (a C string is
 // measured before anything else) and hands it to one worker per direction.
@@ -11,6 +11,9 @@
 // the last one where the needle fits down to 0 with one memcmp per offset.
 // Set searches compare each examined byte with the set's bytes in order, with
 // no table built from the set; the Char forms compare with the byte directly.
+//
+// Find-and-replace, the one function here that edits, works on a private copy
+// and swaps it in only when every replacement succeeded.
 #include "VekStringPrivate.h"
 
 // StringOffsetOf turns what a C library search returned (a pointer into x's
@@ -109,6 +112,39 @@ VekSizeT VekStringRFindCStr(const VekString* x, const char* y) noexcept
 VekSizeT VekStringRFind(const VekString* x, const VekString* y) noexcept
 {
     return VekStringRFindFromPosCStrLen(x, VekStringNpos, y->buf, y->size);
+}
+
+// ------------------------------------------------------------------------
+// Find-and-replace
+// ------------------------------------------------------------------------
+
+// All or nothing: every replacement edits the private copy x_, and x is
+// written only by the final swap. That is also why find and replace may be x
+// itself: their bytes stay put until the loop is over. Each search resumes
+// behind the text just inserted, so inserted text is never searched again and
+// matches are those of the original text, left to right, never overlapping.
+// An empty find would match again at every resume position and never end, so
+// it changes nothing and costs nothing.
+VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
+                                   const VekString* replace) noexcept
+{
+    if (find->size == 0)
+        return x;
+    VekString x_;
+    if (VekStringConstructCopy(&x_, x) == nullptr)
+        return nullptr;
+    VekString* r = x;
+    for (VekSizeT pos = VekStringFind(&x_, find); pos != VekStringNpos;
+         pos = VekStringFindFromPos(&x_, pos + replace->size, find)) {
+        if (VekStringReplaceString(&x_, pos, find->size, replace) == nullptr) {
+            r = nullptr;
+            break;
+        }
+    }
+    if (r != nullptr)
+        VekStringSwap(x, &x_);
+    VekStringDestruct(&x_);
+    return r;
 }
 
 // ------------------------------------------------------------------------

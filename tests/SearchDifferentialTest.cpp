@@ -1,9 +1,11 @@
 // What "searches like std::string" means: on random content over a small
 // alphabet (so that matches are frequent, NUL included), every search form
 // gives std::string's answer at every position, beyond the end and
-// VekStringNpos included. The haystack and the pointer-and-count operands sit
-// in read-only pages that end where the bytes end, so a search that writes or
-// reads one byte too far crashes. Set VEK_TEST_SEED to replay a failure.
+// VekStringNpos included, and find-and-replace gives a reference replace-all
+// or, when an allocation is refused, leaves the string exactly as it was.
+// The strings searched and the operands sit in read-only pages that end where
+// the bytes end, so writing through them or reading one byte too far crashes.
+// Set VEK_TEST_SEED to replay a failure.
 #include "VekTestSupport.h"
 
 #include <cstdlib>
@@ -13,9 +15,13 @@
 
 namespace {
 
+using vektest::Content;
+using vektest::HasInvariants;
+using vektest::MakeOwned;
 using vektest::MakeView;
 using vektest::ReadOnlyBytes;
 using vektest::RecordingAllocator;
+using vektest::Snapshot;
 
 constexpr VekSizeT kNpos = VekStringNpos;
 
@@ -27,9 +33,9 @@ unsigned long long Seed()
 
 // Random strings over "ab\0c\xff", and needles that are often pieces of a
 // given string so that they are found.
-class Content {
+class RandomContent {
   public:
-    explicit Content(unsigned long long seed) : rng_(seed)
+    explicit RandomContent(unsigned long long seed) : rng_(seed)
     {
     }
 
@@ -144,7 +150,7 @@ TEST(SearchDifferential, AgreesWithStdString)
 {
     const unsigned long long seed = Seed();
     SCOPED_TRACE(testing::Message() << "VEK_TEST_SEED=" << seed);
-    Content content(seed);
+    RandomContent content(seed);
     RecordingAllocator alloc;
     for (int round = 0; round < 300; ++round) {
         const std::string h = content.Random(24);
@@ -167,6 +173,76 @@ TEST(SearchDifferential, AgreesWithStdString)
         }
     }
     EXPECT_EQ(alloc.Trace(), "");
+}
+
+// The reference: the occurrences of find in the original s, taken left to
+// right without overlapping, each replaced by by. An empty find replaces
+// nothing.
+std::string ReplaceAll(const std::string& s, const std::string& find, const std::string& by)
+{
+    if (find.empty())
+        return s;
+    std::string out;
+    std::size_t done = 0;
+    for (std::size_t hit; (hit = s.find(find, done)) != std::string::npos; done = hit + find.size())
+        out.append(s, done, hit - done).append(by);
+    return out.append(s, done);
+}
+
+// x in one of its buffer states: owned with or without spare capacity, a
+// read-only view, or empty on the shared byte.
+void MakeAnyState(VekString* x, const ReadOnlyBytes& bytes, RandomContent& content, VekAllocator* a)
+{
+    const std::string_view h(bytes.data(), bytes.size());
+    if (h.empty() && content.Below(2) == 0)
+        VekStringConstructDefault(x, a);
+    else if (!h.empty() && content.Below(3) == 0)
+        *x = MakeView(bytes, a);
+    else
+        MakeOwned(x, h, h.size() + content.Below(4), a);
+}
+
+TEST(SearchDifferential, FindAndReplaceAgreesWithAReferenceReplaceAll)
+{
+    const unsigned long long seed = Seed();
+    SCOPED_TRACE(testing::Message() << "VEK_TEST_SEED=" << seed);
+    RandomContent content(seed);
+    RecordingAllocator alloc;
+    for (int round = 0; round < 2000 && !HasFailure(); ++round) {
+        const std::string h = content.Random(24);
+        ReadOnlyBytes h_bytes(h);
+        ReadOnlyBytes find_bytes(content.PieceOrRandom(h));
+        ReadOnlyBytes replace_bytes(content.Random(5));
+        VekString x;
+        MakeAnyState(&x, h_bytes, content, alloc);
+        VekString find = MakeView(find_bytes, alloc);
+        VekString replace = MakeView(replace_bytes, alloc);
+        const VekString* find_operand = content.Below(6) == 0 ? &x : &find;
+        const VekString* replace_operand = content.Below(6) == 0 ? &x : &replace;
+        const std::string expected =
+            ReplaceAll(h, Content(*find_operand), Content(*replace_operand));
+        const bool refusing = content.Below(3) == 0;
+        if (refusing)
+            alloc.RefuseNth(1 + content.Below(3));
+        const Snapshot before = Snapshot::Of(x);
+        const std::size_t outstanding = alloc.outstanding();
+        VekString* r = VekStringFindAndReplace(&x, find_operand, replace_operand);
+        SCOPED_TRACE(testing::Message()
+                     << "round " << round << " x \"" << h << "\" expected \"" << expected << '"');
+        if (r == nullptr) {
+            EXPECT_TRUE(refusing);
+            EXPECT_EQ(Snapshot::Of(x), before);
+            EXPECT_EQ(alloc.outstanding(), outstanding);
+        } else {
+            EXPECT_EQ(r, &x);
+            EXPECT_EQ(Content(x), expected);
+            EXPECT_TRUE(HasInvariants(x));
+            EXPECT_EQ(alloc.outstanding(), x.capacity != 0 ? 1u : 0u);
+        }
+        alloc.AllowAll();
+        VekStringDestruct(&x);
+    }
+    EXPECT_TRUE(alloc.IsClean());
 }
 
 } // namespace

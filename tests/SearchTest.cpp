@@ -1,7 +1,8 @@
-// Facts about substring search and character-set search. Each row is run
-// through every operand form of its search (VekString, pointer and count,
-// C string where the operand has no NUL, single byte where it is one byte);
-// all forms must give the row's result.
+// Facts about substring search, character-set search and find-and-replace.
+// Each search row is run through every operand form of its search (VekString,
+// pointer and count, C string where the operand has no NUL, single byte where
+// it is one byte); all forms must give the row's result. Find-and-replace rows
+// give the result with its capacity and the exact allocator trace.
 #include "VekTestSupport.h"
 
 #include <deque>
@@ -9,7 +10,13 @@
 
 namespace {
 
+using vektest::Content;
+using vektest::HasInvariants;
+using vektest::MakeOwned;
+using vektest::MakeView;
+using vektest::ReadOnlyBytes;
 using vektest::RecordingAllocator;
+using vektest::Snapshot;
 
 constexpr VekSizeT kNpos = VekStringNpos;
 
@@ -258,6 +265,137 @@ TEST(SetSearch, CStrSetsCannotHoldNul)
     EXPECT_EQ(VekStringFindFirstOfCStr(x, 0, "\0a"), kNpos);
     EXPECT_EQ(VekStringFindFirstOfCStr(x, 0, "b\0a"), 2u);
     EXPECT_EQ(VekStringFindFirstNotOfCStr(x, 0, "a\0"), 1u);
+}
+
+struct ReplaceCase {
+    std::string x;
+    VekSizeT x_capacity;
+    std::string find;
+    std::string replace;
+    std::string result;
+    VekSizeT capacity;
+    const char* trace;
+};
+
+TEST(FindAndReplace, ReplacesOriginalOccurrencesLeftToRightOnACopy)
+{
+    const ReplaceCase cases[] = {
+        {"aaa", 3, "aa", "b", "ba", 3, "+4 -4"},
+        // The inserted "abab" is not searched again; the copy doubles once.
+        {"abab", 4, "ab", "abab", "abababab", 8, "+5 +9 -5 -5"},
+        {"a.b.c", 5, ".", "", "abc", 5, "+6 -6"},
+        {"xaxbx", 5, "x", "yy", "yyayybyy", 10, "+6 +11 -6 -6"},
+        {"abc", 3, "abc", "", "", 3, "+4 -4"},
+        {std::string("a\0b\0", 4), 4, std::string("\0", 1), "--", "a--b--", 8, "+5 +9 -5 -5"},
+        // Nothing found still installs a fitted copy; spare capacity is gone.
+        {"hello", 20, "xyz", "q", "hello", 5, "+6 -21"},
+        {"ab", 2, "abc", "q", "ab", 2, "+3 -3"},
+        {"", 0, "a", "b", "", 0, ""},
+        {"", 8, "a", "b", "", 0, "-9"},
+        // An empty find changes nothing and calls nothing.
+        {"abc", 10, "", "zz", "abc", 10, ""},
+        {"", 0, "", "zz", "", 0, ""},
+    };
+    for (const ReplaceCase& c : cases) {
+        SCOPED_TRACE(testing::Message()
+                     << '"' << c.x << "\" find \"" << c.find << "\" by \"" << c.replace << '"');
+        RecordingAllocator alloc;
+        VekString x;
+        MakeOwned(&x, c.x, c.x_capacity, alloc);
+        VekString find;
+        VekString replace;
+        VekStringConstructCStrLen(&find, c.find.data(), c.find.size(), VekAllocatorGetDefault());
+        VekStringConstructCStrLen(&replace, c.replace.data(), c.replace.size(),
+                                  VekAllocatorGetDefault());
+        const Snapshot before = Snapshot::Of(x);
+        alloc.ClearEvents();
+        EXPECT_EQ(VekStringFindAndReplace(&x, &find, &replace), &x);
+        EXPECT_EQ(Content(x), c.result);
+        EXPECT_EQ(x.capacity, c.capacity);
+        EXPECT_TRUE(HasInvariants(x));
+        EXPECT_EQ(alloc.Trace(), c.trace);
+        if (c.find.empty()) {
+            EXPECT_EQ(Snapshot::Of(x), before);
+        }
+        VekStringDestruct(&x);
+        VekStringDestruct(&find);
+        VekStringDestruct(&replace);
+        EXPECT_TRUE(alloc.IsClean());
+    }
+}
+
+TEST(FindAndReplace, FindAndReplaceMayBeTheStringItself)
+{
+    Strings strings;
+    const VekString* xy = strings.Make("XY");
+    const VekString* b = strings.Make("b");
+    VekString* x = strings.Make("abc");
+    EXPECT_EQ(VekStringFindAndReplace(x, x, xy), x);
+    EXPECT_EQ(Content(*x), "XY");
+    x = strings.Make("ab");
+    EXPECT_EQ(VekStringFindAndReplace(x, b, x), x);
+    EXPECT_EQ(Content(*x), "aab");
+    x = strings.Make("abc");
+    EXPECT_EQ(VekStringFindAndReplace(x, x, x), x);
+    EXPECT_EQ(Content(*x), "abc");
+}
+
+TEST(FindAndReplace, AViewComesOutOwnedAndItsBytesUntouched)
+{
+    RecordingAllocator alloc;
+    ReadOnlyBytes bytes("a-b-c");
+    VekString x = MakeView(bytes, alloc);
+    Strings strings;
+    EXPECT_EQ(VekStringFindAndReplace(&x, strings.Make("-"), strings.Make("+")), &x);
+    EXPECT_EQ(Content(x), "a+b+c");
+    EXPECT_EQ(x.capacity, 5u);
+    EXPECT_EQ(alloc.Trace(), "+6");
+    EXPECT_EQ(std::string_view(bytes.data(), bytes.size()), "a-b-c");
+    VekStringDestruct(&x);
+    EXPECT_TRUE(alloc.IsClean());
+}
+
+struct RefusalCase {
+    const char* name;
+    std::string x; // owned, capacity fitted; every "." is replaced
+    std::string replace;
+    std::size_t refuse_nth; // 0: refuse no allocate call
+    VekSizeT max_size;
+    const char* trace;
+};
+
+TEST(FindAndReplace, AnyRefusalLeavesTheStringAsItWasAndReturnsEveryBlock)
+{
+    // Three replacements by 20 bytes: the copy takes 8 bytes, the first
+    // growth 27 (capacity 26), the second would take 53 (capacity 52).
+    const std::string twenty(20, '=');
+    const RefusalCase cases[] = {
+        {"copy refused", "a.b.c.d", twenty, 1, kNpos, "+8!"},
+        {"copy beyond the limit", "a.b.c.d", twenty, 0, 7, ""},
+        {"first growth refused", "a.b.c.d", twenty, 2, kNpos, "+8 +27! -8"},
+        {"second of three refused", "a.b.c.d", twenty, 3, kNpos, "+8 +27 -8 +53! -27"},
+        {"second beyond the limit", "a.b.c.d", twenty, 0, 52, "+8 +27 -8 -27"},
+        // More occurrences follow the refused one: none is tried.
+        {"stops at the refusal", "a.b.c", "==", 2, kNpos, "+6 +11! -6"},
+    };
+    for (const RefusalCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        RecordingAllocator alloc;
+        Strings strings;
+        VekString x;
+        MakeOwned(&x, c.x, c.x.size(), alloc);
+        alloc.SetMaxSize(c.max_size);
+        if (c.refuse_nth != 0)
+            alloc.RefuseNth(c.refuse_nth);
+        alloc.ClearEvents();
+        const Snapshot before = Snapshot::Of(x);
+        EXPECT_EQ(VekStringFindAndReplace(&x, strings.Make("."), strings.Make(c.replace)), nullptr);
+        EXPECT_EQ(Snapshot::Of(x), before);
+        EXPECT_EQ(alloc.Trace(), c.trace);
+        EXPECT_EQ(alloc.outstanding(), 1u);
+        VekStringDestruct(&x);
+        EXPECT_TRUE(alloc.IsClean());
+    }
 }
 
 } // namespace
