@@ -1,17 +1,15 @@
 // What "searches like std::string" means: on random content over a small
 // alphabet (so that matches are frequent, NUL included), every search form
-// gives std::string's answer at every position, beyond the end and
-// VekStringNpos included, and find-and-replace gives a reference replace-all
+// gives std::string's answer at every position, the end, beyond it and
+// VekStringNpos included; and find-and-replace gives a reference replace-all
 // or, when an allocation is refused, leaves the string exactly as it was.
-// The strings searched and the operands sit in read-only pages that end where
-// the bytes end, so writing through them or reading one byte too far crashes.
-// Set VEK_TEST_SEED to replay a failure.
+// Strings and operands sit in read-only pages that end where their bytes end,
+// so writing through them or reading one byte too far crashes. Set
+// VEK_TEST_SEED to replay a failure.
 #include "VekTestSupport.h"
 
 #include <cstdlib>
 #include <random>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -23,28 +21,18 @@ using vektest::ReadOnlyBytes;
 using vektest::RecordingAllocator;
 using vektest::Snapshot;
 
-constexpr VekSizeT kNpos = VekStringNpos;
-
-unsigned long long Seed()
-{
+// Random content, seeded from VEK_TEST_SEED when it is set.
+struct Random {
     const char* env = std::getenv("VEK_TEST_SEED");
-    return env != nullptr ? std::strtoull(env, nullptr, 10) : 20240611ULL;
-}
-
-// Random strings over "ab\0c\xff", and needles that are often pieces of a
-// given string so that they are found.
-class RandomContent {
-  public:
-    explicit RandomContent(unsigned long long seed) : rng_(seed)
-    {
-    }
+    unsigned long long seed = env != nullptr ? std::strtoull(env, nullptr, 10) : 20240611ULL;
+    std::mt19937_64 rng{seed};
 
     std::size_t Below(std::size_t n)
     {
-        return std::uniform_int_distribution<std::size_t>(0, n - 1)(rng_);
+        return std::uniform_int_distribution<std::size_t>(0, n - 1)(rng);
     }
-
-    std::string Random(std::size_t max_len)
+    // Bytes over "ab\0c\xff", half the time over "ab" alone.
+    std::string Bytes(std::size_t max_len)
     {
         static constexpr char kAlphabet[] = {'a', 'b', '\0', 'c', '\xff'};
         std::string s(Below(max_len + 1), 'a');
@@ -52,132 +40,76 @@ class RandomContent {
             b = kAlphabet[Below(Below(2) == 0 ? 2 : sizeof kAlphabet)];
         return s;
     }
-
-    std::string PieceOrRandom(const std::string& of)
+    // Often a piece of of, so that it is found.
+    std::string PieceOr(const std::string& of)
     {
-        if (Below(2) == 0 || of.empty())
-            return Random(4);
+        if (of.empty() || Below(2) == 0)
+            return Bytes(4);
         const std::size_t pos = Below(of.size());
         return of.substr(pos, Below(of.size() - pos + 1));
     }
-
-  private:
-    std::mt19937_64 rng_;
 };
 
-// A search operand as the library sees it (a string, its bytes, the same
-// bytes as a C string up to the first NUL, and its first byte or 'a') and as
-// std::string sees it.
-struct Operand {
-    const VekString* s;
-    std::string bytes;
-    char c;
-};
-
-// One search form against its std::string counterpart; the forms without a
-// position are checked at every position against the same whole-string call.
-struct Form {
-    const char* name;
-    VekSizeT (*vek)(const VekString* x, VekSizeT pos, const Operand& y);
-    std::size_t (*ref)(const std::string& h, std::size_t pos, const Operand& y);
-};
-
-#define VEK_FORM(name, vek_call, ref_call)                                                         \
-    Form                                                                                           \
-    {                                                                                              \
-#name, []([[maybe_unused]] const VekString* x, [[maybe_unused]] VekSizeT pos,              \
-                  const Operand& y)                                                                \
-                    -> VekSizeT { return vek_call; }, []([[maybe_unused]] const std::string& h,    \
-                                                         [[maybe_unused]] std::size_t pos,         \
-                                                         const Operand& y)                         \
-                                                           -> std::size_t { return ref_call; }     \
-    }
-
-const Form kForms[] = {
-    VEK_FORM(FindFromPosCStrLen, VekStringFindFromPosCStrLen(x, pos, y.s->buf, y.s->size),
-             h.find(y.bytes, pos)),
-    VEK_FORM(FindFromPosCStr, VekStringFindFromPosCStr(x, pos, y.bytes.c_str()),
-             h.find(y.bytes.c_str(), pos)),
-    VEK_FORM(FindFromPos, VekStringFindFromPos(x, pos, y.s), h.find(y.bytes, pos)),
-    VEK_FORM(FindCStrLen, VekStringFindCStrLen(x, y.s->buf, y.s->size), h.find(y.bytes)),
-    VEK_FORM(FindCStr, VekStringFindCStr(x, y.bytes.c_str()), h.find(y.bytes.c_str())),
-    VEK_FORM(Find, VekStringFind(x, y.s), h.find(y.bytes)),
-    VEK_FORM(RFindFromPosCStrLen, VekStringRFindFromPosCStrLen(x, pos, y.s->buf, y.s->size),
-             h.rfind(y.bytes, pos)),
-    VEK_FORM(RFindFromPosCStr, VekStringRFindFromPosCStr(x, pos, y.bytes.c_str()),
-             h.rfind(y.bytes.c_str(), pos)),
-    VEK_FORM(RFindFromPos, VekStringRFindFromPos(x, pos, y.s), h.rfind(y.bytes, pos)),
-    VEK_FORM(RFindCStrLen, VekStringRFindCStrLen(x, y.s->buf, y.s->size), h.rfind(y.bytes)),
-    VEK_FORM(RFindCStr, VekStringRFindCStr(x, y.bytes.c_str()), h.rfind(y.bytes.c_str())),
-    VEK_FORM(RFind, VekStringRFind(x, y.s), h.rfind(y.bytes)),
-    VEK_FORM(FindFirstOf, VekStringFindFirstOf(x, pos, y.s), h.find_first_of(y.bytes, pos)),
-    VEK_FORM(FindFirstOfCStrLen, VekStringFindFirstOfCStrLen(x, pos, y.s->buf, y.s->size),
-             h.find_first_of(y.bytes, pos)),
-    VEK_FORM(FindFirstOfCStr, VekStringFindFirstOfCStr(x, pos, y.bytes.c_str()),
-             h.find_first_of(y.bytes.c_str(), pos)),
-    VEK_FORM(FindFirstOfChar, VekStringFindFirstOfChar(x, pos, y.c), h.find_first_of(y.c, pos)),
-    VEK_FORM(FindFirstNotOf, VekStringFindFirstNotOf(x, pos, y.s),
-             h.find_first_not_of(y.bytes, pos)),
-    VEK_FORM(FindFirstNotOfCStrLen, VekStringFindFirstNotOfCStrLen(x, pos, y.s->buf, y.s->size),
-             h.find_first_not_of(y.bytes, pos)),
-    VEK_FORM(FindFirstNotOfCStr, VekStringFindFirstNotOfCStr(x, pos, y.bytes.c_str()),
-             h.find_first_not_of(y.bytes.c_str(), pos)),
-    VEK_FORM(FindFirstNotOfChar, VekStringFindFirstNotOfChar(x, pos, y.c),
-             h.find_first_not_of(y.c, pos)),
-    VEK_FORM(FindLastOfCStrLen, VekStringFindLastOfCStrLen(x, pos, y.s->buf, y.s->size),
-             h.find_last_of(y.bytes, pos)),
-    VEK_FORM(FindLastOfChar, VekStringFindLastOfChar(x, pos, y.c), h.find_last_of(y.c, pos)),
-    VEK_FORM(FindLastNotOfCStrLen, VekStringFindLastNotOfCStrLen(x, pos, y.s->buf, y.s->size),
-             h.find_last_not_of(y.bytes, pos)),
-    VEK_FORM(FindLastNotOfChar, VekStringFindLastNotOfChar(x, pos, y.c),
-             h.find_last_not_of(y.c, pos)),
-};
-
-#undef VEK_FORM
-
-// Every position of the content, the end, beyond it and the largest ones.
-std::vector<VekSizeT> Positions(std::size_t size)
+// Every search form on x (content h) with the operand y (also as the record
+// yv, whose bytes are in read-only pages) and the byte c. The C-string forms
+// get y's bytes up to the first NUL, as std::string's const char* forms do.
+void CheckSearches(const VekString* x, const std::string& h, VekSizeT pos, const VekString* yv,
+                   const std::string& y, char c)
 {
-    std::vector<VekSizeT> positions;
-    for (VekSizeT pos = 0; pos <= size + 2; ++pos)
-        positions.push_back(pos);
-    positions.push_back(kNpos - 1);
-    positions.push_back(kNpos);
-    return positions;
+    const char* p = yv->buf;
+    const VekSizeT n = yv->size;
+    const char* s = y.c_str();
+    EXPECT_EQ(VekStringFindFromPosCStrLen(x, pos, p, n), h.find(y, pos));
+    EXPECT_EQ(VekStringFindFromPosCStr(x, pos, s), h.find(s, pos));
+    EXPECT_EQ(VekStringFindFromPos(x, pos, yv), h.find(y, pos));
+    EXPECT_EQ(VekStringFindCStrLen(x, p, n), h.find(y));
+    EXPECT_EQ(VekStringFindCStr(x, s), h.find(s));
+    EXPECT_EQ(VekStringFind(x, yv), h.find(y));
+    EXPECT_EQ(VekStringRFindFromPosCStrLen(x, pos, p, n), h.rfind(y, pos));
+    EXPECT_EQ(VekStringRFindFromPosCStr(x, pos, s), h.rfind(s, pos));
+    EXPECT_EQ(VekStringRFindFromPos(x, pos, yv), h.rfind(y, pos));
+    EXPECT_EQ(VekStringRFindCStrLen(x, p, n), h.rfind(y));
+    EXPECT_EQ(VekStringRFindCStr(x, s), h.rfind(s));
+    EXPECT_EQ(VekStringRFind(x, yv), h.rfind(y));
+    EXPECT_EQ(VekStringFindFirstOf(x, pos, yv), h.find_first_of(y, pos));
+    EXPECT_EQ(VekStringFindFirstOfCStrLen(x, pos, p, n), h.find_first_of(y, pos));
+    EXPECT_EQ(VekStringFindFirstOfChar(x, pos, c), h.find_first_of(c, pos));
+    EXPECT_EQ(VekStringFindFirstOfCStr(x, pos, s), h.find_first_of(s, pos));
+    EXPECT_EQ(VekStringFindFirstNotOf(x, pos, yv), h.find_first_not_of(y, pos));
+    EXPECT_EQ(VekStringFindFirstNotOfCStrLen(x, pos, p, n), h.find_first_not_of(y, pos));
+    EXPECT_EQ(VekStringFindFirstNotOfChar(x, pos, c), h.find_first_not_of(c, pos));
+    EXPECT_EQ(VekStringFindFirstNotOfCStr(x, pos, s), h.find_first_not_of(s, pos));
+    EXPECT_EQ(VekStringFindLastOfCStrLen(x, pos, p, n), h.find_last_of(y, pos));
+    EXPECT_EQ(VekStringFindLastOfChar(x, pos, c), h.find_last_of(c, pos));
+    EXPECT_EQ(VekStringFindLastNotOfCStrLen(x, pos, p, n), h.find_last_not_of(y, pos));
+    EXPECT_EQ(VekStringFindLastNotOfChar(x, pos, c), h.find_last_not_of(c, pos));
 }
 
-TEST(SearchDifferential, AgreesWithStdString)
+TEST(SearchDifferential, EveryFormAgreesWithStdString)
 {
-    const unsigned long long seed = Seed();
-    SCOPED_TRACE(testing::Message() << "VEK_TEST_SEED=" << seed);
-    RandomContent content(seed);
+    Random random;
+    SCOPED_TRACE(testing::Message() << "VEK_TEST_SEED=" << random.seed);
     RecordingAllocator alloc;
-    for (int round = 0; round < 300; ++round) {
-        const std::string h = content.Random(24);
-        const std::string y = content.PieceOrRandom(h);
+    for (int round = 0; round < 300 && !HasFailure(); ++round) {
+        const std::string h = random.Bytes(24);
+        const std::string y = random.PieceOr(h);
         ReadOnlyBytes h_bytes(h);
         ReadOnlyBytes y_bytes(y);
         const VekString x = MakeView(h_bytes, alloc);
-        const VekString y_view = MakeView(y_bytes, alloc);
-        // The haystack as its own operand, too.
-        const Operand operands[] = {{&y_view, y, y.empty() ? 'a' : y[0]},
-                                    {&x, h, h.empty() ? 'a' : h[0]}};
-        for (const Operand& operand : operands) {
-            for (VekSizeT pos : Positions(h.size())) {
-                for (const Form& form : kForms) {
-                    ASSERT_EQ(form.vek(&x, pos, operand), form.ref(h, pos, operand))
-                        << form.name << " in \"" << h << "\" (" << h.size() << " bytes) pos " << pos
-                        << " y \"" << operand.bytes << "\"";
-                }
-            }
+        const VekString yv = MakeView(y_bytes, alloc);
+        const VekSizeT ends[] = {h.size() + 1, h.size() + 2, VekStringNpos - 1, VekStringNpos};
+        for (VekSizeT pos = 0; pos <= h.size() + 4 && !HasFailure(); ++pos) {
+            const VekSizeT at = pos <= h.size() ? pos : ends[pos - h.size() - 1];
+            SCOPED_TRACE(testing::Message() << '"' << h << "\" pos " << at << " y \"" << y << '"');
+            CheckSearches(&x, h, at, &yv, y, y.empty() ? 'a' : y[0]);
+            CheckSearches(&x, h, at, &x, h, h.empty() ? 'b' : h[h.size() - 1]);
         }
     }
     EXPECT_EQ(alloc.Trace(), "");
 }
 
-// The reference: the occurrences of find in the original s, taken left to
-// right without overlapping, each replaced by by. An empty find replaces
-// nothing.
+// The reference: the occurrences of find in the original s, left to right
+// and not overlapping, each replaced by by. An empty find replaces nothing.
 std::string ReplaceAll(const std::string& s, const std::string& find, const std::string& by)
 {
     if (find.empty())
@@ -189,48 +121,34 @@ std::string ReplaceAll(const std::string& s, const std::string& find, const std:
     return out.append(s, done);
 }
 
-// x in one of its buffer states: owned with or without spare capacity, a
-// read-only view, or empty on the shared byte.
-void MakeAnyState(VekString* x, const ReadOnlyBytes& bytes, RandomContent& content, VekAllocator* a)
-{
-    const std::string_view h(bytes.data(), bytes.size());
-    if (h.empty() && content.Below(2) == 0)
-        VekStringConstructDefault(x, a);
-    else if (!h.empty() && content.Below(3) == 0)
-        *x = MakeView(bytes, a);
-    else
-        MakeOwned(x, h, h.size() + content.Below(4), a);
-}
-
 TEST(SearchDifferential, FindAndReplaceAgreesWithAReferenceReplaceAll)
 {
-    const unsigned long long seed = Seed();
-    SCOPED_TRACE(testing::Message() << "VEK_TEST_SEED=" << seed);
-    RandomContent content(seed);
+    Random random;
+    SCOPED_TRACE(testing::Message() << "VEK_TEST_SEED=" << random.seed);
     RecordingAllocator alloc;
-    for (int round = 0; round < 2000 && !HasFailure(); ++round) {
-        const std::string h = content.Random(24);
+    for (int round = 0; round < 1000 && !HasFailure(); ++round) {
+        const std::string h = random.Bytes(24);
         ReadOnlyBytes h_bytes(h);
-        ReadOnlyBytes find_bytes(content.PieceOrRandom(h));
-        ReadOnlyBytes replace_bytes(content.Random(5));
-        VekString x;
-        MakeAnyState(&x, h_bytes, content, alloc);
-        VekString find = MakeView(find_bytes, alloc);
-        VekString replace = MakeView(replace_bytes, alloc);
-        const VekString* find_operand = content.Below(6) == 0 ? &x : &find;
-        const VekString* replace_operand = content.Below(6) == 0 ? &x : &replace;
-        const std::string expected =
-            ReplaceAll(h, Content(*find_operand), Content(*replace_operand));
-        const bool refusing = content.Below(3) == 0;
-        if (refusing)
-            alloc.RefuseNth(1 + content.Below(3));
+        ReadOnlyBytes find_bytes(random.PieceOr(h));
+        ReadOnlyBytes replace_bytes(random.Bytes(5));
+        VekString x = MakeView(h_bytes, alloc); // a view, or owned with some spare room
+        if (h.empty() || random.Below(3) != 0)
+            MakeOwned(&x, h, h.size() + random.Below(4), alloc);
+        const VekString find_view = MakeView(find_bytes, alloc);
+        const VekString replace_view = MakeView(replace_bytes, alloc);
+        const VekString* find = random.Below(6) == 0 ? &x : &find_view;
+        const VekString* replace = random.Below(6) == 0 ? &x : &replace_view;
+        const std::string expected = ReplaceAll(h, Content(*find), Content(*replace));
+        const bool empty_find = find->size == 0;          // find may be x, which changes
+        const std::size_t refused_call = random.Below(6); // 0: none
+        alloc.RefuseNth(refused_call);
         const Snapshot before = Snapshot::Of(x);
         const std::size_t outstanding = alloc.outstanding();
-        VekString* r = VekStringFindAndReplace(&x, find_operand, replace_operand);
-        SCOPED_TRACE(testing::Message()
-                     << "round " << round << " x \"" << h << "\" expected \"" << expected << '"');
+        SCOPED_TRACE(testing::Message() << '"' << h << "\" / \"" << Content(*find) << "\" / \""
+                                        << Content(*replace) << '"');
+        VekString* r = VekStringFindAndReplace(&x, find, replace);
         if (r == nullptr) {
-            EXPECT_TRUE(refusing);
+            EXPECT_NE(refused_call, 0u);
             EXPECT_EQ(Snapshot::Of(x), before);
             EXPECT_EQ(alloc.outstanding(), outstanding);
         } else {
@@ -238,6 +156,11 @@ TEST(SearchDifferential, FindAndReplaceAgreesWithAReferenceReplaceAll)
             EXPECT_EQ(Content(x), expected);
             EXPECT_TRUE(HasInvariants(x));
             EXPECT_EQ(alloc.outstanding(), x.capacity != 0 ? 1u : 0u);
+            if (empty_find) {
+                EXPECT_EQ(Snapshot::Of(x), before);
+            } else {
+                EXPECT_EQ(x.capacity != 0, !h.empty()); // a view comes out owned
+            }
         }
         alloc.AllowAll();
         VekStringDestruct(&x);
