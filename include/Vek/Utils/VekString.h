@@ -363,10 +363,15 @@ VekSizeT VekStringHash(const VekString* x) VEK_NOEXCEPT;
  * Find the first byte at or after pos, or the last at or before pos, that is
  * in the set (Of) or in none of it (NotOf); VekStringNpos when none is. A
  * forward search from pos >= size finds nothing; a backward search from such
- * a pos starts at the last byte. An empty set holds nothing, so every byte is
- * outside it. NUL is an ordinary byte in content and in CStrLen and Char sets;
- * a CStr set cannot hold it. Cost: at most (bytes examined) x (set size)
- * comparisons; nothing is allocated.
+ * a pos starts at the last byte, so VekStringNpos searches the whole string.
+ * An empty set holds nothing, so every byte is outside it: FirstNotOf gives
+ * pos (when pos < size) and LastNotOf the byte it starts at. An empty string
+ * finds nothing either way. NUL is an ordinary byte in content and in CStrLen,
+ * VekString and Char sets; a CStr set is measured with strlen and cannot hold
+ * it. The set's order and repetitions do not matter, and every form gives the
+ * CStrLen result for its set (Char: the one-byte set). The backward searches
+ * come only with a CStrLen set or a single byte. Cost: at most (bytes
+ * examined) x (set size) comparisons; nothing is allocated and nothing fails.
  * ------------------------------------------------------------------------ */
 
 VekSizeT VekStringFindFirstOf(const VekString* x, VekSizeT pos, const VekString* y) VEK_NOEXCEPT;
@@ -395,7 +400,12 @@ VekSizeT VekStringFindLastNotOfChar(const VekString* x, VekSizeT pos, char c) VE
  * empty needle is found at pos itself when pos <= size. RFind returns the
  * largest offset <= pos where the whole needle stands (it may extend beyond
  * pos); an empty needle is found at the smaller of pos and size. Not found:
- * VekStringNpos. The forms without pos search the whole string.
+ * VekStringNpos, also for a needle longer than what it could fit in. The forms
+ * without pos search the whole string (Find from 0, RFind from VekStringNpos).
+ * A CStr needle is measured with strlen; CStrLen and VekString needles may
+ * hold NUL. Find hands the rest of the string to the C library's memmem in one
+ * call; RFind makes one memcmp per candidate start, at most pos + 1 of them.
+ * The searches read only buf and size, allocate nothing and cannot fail.
  * ------------------------------------------------------------------------ */
 
 VekSizeT VekStringFindFromPosCStrLen(const VekString* x, VekSizeT pos, const char* y,
@@ -419,8 +429,18 @@ VekSizeT VekStringRFind(const VekString* x, const VekString* y) VEK_NOEXCEPT;
  * gives "ba"). All or nothing: the work is done on a private copy made with
  * x's allocator, which replaces x's buffer only when every replacement
  * succeeded. So on success x always holds a new buffer (capacity fitted to
- * the content even when nothing was found) and a view comes out owned; on
- * failure x is untouched. find and replace may be x itself.
+ * the content even when nothing was found, or the shared empty byte when x is
+ * empty) and a view comes out owned; on failure (the copy or a growth was
+ * refused) x is untouched and every block obtained during the call has been
+ * returned. find and replace may be x itself or each other.
+ *
+ * An empty find returns x at once with nothing changed, not even its buffer,
+ * and calls the allocator not at all: an empty needle stands at every
+ * position, so replacing it everywhere would never end.
+ *
+ * Cost: one copy of x, then per occurrence one search and one replacement
+ * that moves the bytes behind it, so time grows with occurrences x length.
+ * The copy grows by doubling; a replace no longer than find never allocates.
  */
 VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
                                    const VekString* replace) VEK_NOEXCEPT;
