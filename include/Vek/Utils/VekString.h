@@ -297,27 +297,70 @@ VekStringIterator VekStringEraseRange(VekString* x, VekStringIterator b,
 /* ------------------------------------------------------------------------
  * Formatted construction and editing
  *
- * printf-style formats through VekVSNPrintf. Output that lands at the end of
- * an owned buffer with room is formatted straight into place with one
- * formatter call; any other edit measures first and formats into the gap of a
- * new block. Arguments must not point into x's own buffer. A va_list passed in
- * is consumed; a refused position consumes nothing.
+ * printf-style formats through VekVSNPrintf (VekStdCLib.h). Each verb comes
+ * variadic (...Formatted) and with a va_list (...VFormatted); the va_list is
+ * consumed as vsnprintf consumes it, and may afterwards only be ended.
+ *
+ *     VekStringConstructFormatted(&s, a, "%s=%d", "width", 80);  // "width=80"
+ *     VekStringAppendFormatted(&s, "%s", "px");                   // "width=80px"
+ *     VekStringReplaceFormatted(&s, 0, 5, "%c", 'w');             // "w=80px"
+ *
+ * Cost. An edit whose output lands at the end of an owned block with room
+ * (an assign or an append that fits, an insert or replace at the end) formats
+ * straight into the buffer: one formatter call, no allocation, no copy. Any
+ * other edit formats twice, once to measure and once into the gap of a new
+ * block that already holds the bytes before and behind it. The growth rule
+ * applies whenever the output does not fit the room of that first call, so
+ * a non-empty insert or replace before the end always takes a new block of
+ * at least twice the capacity, even when the result would fit the old one;
+ * only an empty output is done in place there. A view is never written: an
+ * edit that leaves no gap before its tail only shortens it (or leaves it as
+ * it was), and any other copies it into a block of exactly the new size.
+ * Construction allocates exactly the output length + 1 bytes, and nothing for
+ * an empty output.
+ *
+ * Failures. Besides a refused allocation and a position beyond the end
+ * (checked before the formatter runs, so the arguments are then unconsumed),
+ * an output the formatter cannot produce fails the edit the same way: NULL,
+ * nothing allocated, nothing released. A failed construction leaves x a valid
+ * empty string naming a. A failed edit keeps allocator, buf, size, capacity,
+ * ownership and the bytes before pos; when a tail follows the span, or x owns
+ * no block, nothing at all was written. WARNING: when the span reaches the
+ * end of an owned block (every assign and append on an owned block), the
+ * formatter has already written into the buffer before the growth is
+ * refused. The terminator at buf[size] is then rewritten, so the string is a
+ * valid C string of its old size, and an append (or an insert at the end)
+ * leaves the string exactly as it was; but an assign, or a replace reaching
+ * the end, loses the replaced span: its bytes hold the beginning of the
+ * output that did not fit (unspecified bytes after a formatter failure).
+ *
+ * WARNING: no argument may point into x's own buffer; the formatter may be
+ * writing that buffer while it reads its arguments.
  * ------------------------------------------------------------------------ */
 
+/* VekStringConstructFormatted constructs x holding the output, with allocator
+ * a, which comes before the format here and last in the va_list form. */
 VekString* VekStringConstructFormatted(VekString* x, VekAllocator* a, const char* fmt, ...)
     VEK_NOEXCEPT VEK_PRINTF_FORMAT(3, 4);
 VekString* VekStringConstructVFormatted(VekString* x, const char* fmt, va_list args,
                                         VekAllocator* a) VEK_NOEXCEPT;
+/* VekStringAssignFormatted replaces the whole content by the output. An empty
+ * output keeps an owned block (and a view's bytes, at size 0). */
 VekString* VekStringAssignFormatted(VekString* x, const char* fmt, ...) VEK_NOEXCEPT
     VEK_PRINTF_FORMAT(2, 3);
 VekString* VekStringAssignVFormatted(VekString* x, const char* fmt, va_list args) VEK_NOEXCEPT;
+/* VekStringAppendFormatted appends the output; the everyday fast path. */
 VekString* VekStringAppendFormatted(VekString* x, const char* fmt, ...) VEK_NOEXCEPT
     VEK_PRINTF_FORMAT(2, 3);
 VekString* VekStringAppendVFormatted(VekString* x, const char* fmt, va_list args) VEK_NOEXCEPT;
+/* VekStringInsertFormatted inserts the output before the byte at pos; pos ==
+ * size appends, pos > size fails. */
 VekString* VekStringInsertFormatted(VekString* x, VekSizeT pos, const char* fmt, ...) VEK_NOEXCEPT
     VEK_PRINTF_FORMAT(3, 4);
 VekString* VekStringInsertVFormatted(VekString* x, VekSizeT pos, const char* fmt,
                                      va_list args) VEK_NOEXCEPT;
+/* VekStringReplaceFormatted replaces at most n bytes from pos by the output
+ * (VekStringNpos: to the end); pos > size fails. */
 VekString* VekStringReplaceFormatted(VekString* x, VekSizeT pos, VekSizeT n, const char* fmt, ...)
     VEK_NOEXCEPT VEK_PRINTF_FORMAT(4, 5);
 VekString* VekStringReplaceVFormatted(VekString* x, VekSizeT pos, VekSizeT n, const char* fmt,
