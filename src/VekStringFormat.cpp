@@ -27,9 +27,7 @@ static VekBool StringDoReallocate2F(VekString* x, VekSizeT capacity, VekSizeT po
 {
     VEK_ASSERT(capacity != 0 && dstPos1 + n1 <= dstPos2 && dstPos2 + n2 <= capacity,
                "segments outside the new block");
-    if (capacity >= VekStringMaxSize(x))
-        return VEK_FALSE;
-    char* buf = static_cast<char*>(VekAllocatorAllocate(x->allocator, capacity + 1));
+    char* buf = StringAllocateBlock(x, capacity);
     if (buf == nullptr)
         return VEK_FALSE;
     const VekSizeT gapPos = dstPos1 + n1;
@@ -39,9 +37,7 @@ static VekBool StringDoReallocate2F(VekString* x, VekSizeT capacity, VekSizeT po
         VekVSNPrintf(buf + gapPos, capacity + 1 - gapPos, fmt, args);
     VEK_ASSERT(len == gapN, "the output changed between the two formatter calls");
     CopyBuffer(buf, dstPos2, n2, x->buf, pos2);
-    Deallocate(x);
-    x->buf = buf;
-    x->capacity = capacity;
+    StringInstallBlock(x, buf, capacity);
     return VEK_TRUE;
 }
 
