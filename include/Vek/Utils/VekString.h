@@ -298,27 +298,70 @@ VekStringIterator VekStringEraseRange(VekString* x, VekStringIterator b,
 /* ------------------------------------------------------------------------
  * Formatted construction and editing
  *
- * printf-style formats through VekVSNPrintf. Output that lands at the end of
- * an owned buffer with room is formatted straight into place with one
- * formatter call; any other edit measures first and formats into the gap of a
- * new block. Arguments must not point into x's own buffer. A va_list passed in
- * is consumed; a refused position consumes nothing.
+ * printf-style formats through VekVSNPrintf (VekStdCLib.h). Each verb comes
+ * variadic (...Formatted) and with a va_list (...VFormatted); the va_list is
+ * consumed as vsnprintf consumes it, and may afterwards only be ended.
+ *
+ *     VekStringConstructFormatted(&s, a, "%s=%d", "width", 80);  // "width=80"
+ *     VekStringAppendFormatted(&s, "%s", "px");                   // "width=80px"
+ *     VekStringReplaceFormatted(&s, 0, 5, "%c", 'w');             // "w=80px"
+ *
+ * Cost. An edit whose output lands at the end of an owned block with room
+ * (an assign or an append that fits, an insert or replace at the end) formats
+ * straight into the buffer: one formatter call, no allocation, no copy. Any
+ * other edit formats twice, once to measure and once into the gap of a new
+ * block that already holds the bytes before and behind it. The growth rule
+ * applies whenever the output does not fit the room of that first call, so
+ * a non-empty insert or replace before the end always takes a new block of
+ * at least twice the capacity, even when the result would fit the old one;
+ * only an empty output is done in place there. A view is never written: an
+ * edit that leaves no gap before its tail only shortens it (or leaves it as
+ * it was), and any other copies it into a block of exactly the new size.
+ * Construction allocates exactly the output length + 1 bytes, and nothing for
+ * an empty output.
+ *
+ * Failures. Besides a refused allocation and a position beyond the end
+ * (checked before the formatter runs, so the arguments are then unconsumed),
+ * an output the formatter cannot produce fails the edit the same way: NULL,
+ * nothing allocated, nothing released. A failed construction leaves x a valid
+ * empty string naming a. A failed edit keeps allocator, buf, size, capacity,
+ * ownership and the bytes before pos; when a tail follows the span, or x owns
+ * no block, nothing at all was written. WARNING: when the span reaches the
+ * end of an owned block (every assign and append on an owned block), the
+ * formatter has already written into the buffer before the growth is
+ * refused. The terminator at buf[size] is then rewritten, so the string is a
+ * valid C string of its old size, and an append (or an insert at the end)
+ * leaves the string exactly as it was; but an assign, or a replace reaching
+ * the end, loses the replaced span: its bytes hold the beginning of the
+ * output that did not fit (unspecified bytes after a formatter failure).
+ *
+ * WARNING: no argument may point into x's own buffer; the formatter may be
+ * writing that buffer while it reads its arguments.
  * ------------------------------------------------------------------------ */
 
+/* VekStringConstructFormatted constructs x holding the output, with allocator
+ * a, which comes before the format here and last in the va_list form. */
 VekString* VekStringConstructFormatted(VekString* x, VekAllocator* a, const char* fmt, ...)
     VEK_NOEXCEPT VEK_PRINTF_FORMAT(3, 4);
 VekString* VekStringConstructVFormatted(VekString* x, const char* fmt, va_list args,
                                         VekAllocator* a) VEK_NOEXCEPT;
+/* VekStringAssignFormatted replaces the whole content by the output. An empty
+ * output keeps an owned block (and a view's bytes, at size 0). */
 VekString* VekStringAssignFormatted(VekString* x, const char* fmt, ...) VEK_NOEXCEPT
     VEK_PRINTF_FORMAT(2, 3);
 VekString* VekStringAssignVFormatted(VekString* x, const char* fmt, va_list args) VEK_NOEXCEPT;
+/* VekStringAppendFormatted appends the output; the everyday fast path. */
 VekString* VekStringAppendFormatted(VekString* x, const char* fmt, ...) VEK_NOEXCEPT
     VEK_PRINTF_FORMAT(2, 3);
 VekString* VekStringAppendVFormatted(VekString* x, const char* fmt, va_list args) VEK_NOEXCEPT;
+/* VekStringInsertFormatted inserts the output before the byte at pos; pos ==
+ * size appends, pos > size fails. */
 VekString* VekStringInsertFormatted(VekString* x, VekSizeT pos, const char* fmt, ...) VEK_NOEXCEPT
     VEK_PRINTF_FORMAT(3, 4);
 VekString* VekStringInsertVFormatted(VekString* x, VekSizeT pos, const char* fmt,
                                      va_list args) VEK_NOEXCEPT;
+/* VekStringReplaceFormatted replaces at most n bytes from pos by the output
+ * (VekStringNpos: to the end); pos > size fails. */
 VekString* VekStringReplaceFormatted(VekString* x, VekSizeT pos, VekSizeT n, const char* fmt, ...)
     VEK_NOEXCEPT VEK_PRINTF_FORMAT(4, 5);
 VekString* VekStringReplaceVFormatted(VekString* x, VekSizeT pos, VekSizeT n, const char* fmt,
@@ -364,10 +407,15 @@ VekSizeT VekStringHash(const VekString* x) VEK_NOEXCEPT;
  * Find the first byte at or after pos, or the last at or before pos, that is
  * in the set (Of) or in none of it (NotOf); VekStringNpos when none is. A
  * forward search from pos >= size finds nothing; a backward search from such
- * a pos starts at the last byte. An empty set holds nothing, so every byte is
- * outside it. NUL is an ordinary byte in content and in CStrLen and Char sets;
- * a CStr set cannot hold it. Cost: at most (bytes examined) x (set size)
- * comparisons; nothing is allocated.
+ * a pos starts at the last byte, so VekStringNpos searches the whole string.
+ * An empty set holds nothing, so every byte is outside it: FirstNotOf gives
+ * pos (when pos < size) and LastNotOf the byte it starts at. An empty string
+ * finds nothing either way. NUL is an ordinary byte in content and in CStrLen,
+ * VekString and Char sets; a CStr set is measured with strlen and cannot hold
+ * it. The set's order and repetitions do not matter, and every form gives the
+ * CStrLen result for its set (Char: the one-byte set). The backward searches
+ * come only with a CStrLen set or a single byte. Cost: at most (bytes
+ * examined) x (set size) comparisons; nothing is allocated and nothing fails.
  * ------------------------------------------------------------------------ */
 
 VekSizeT VekStringFindFirstOf(const VekString* x, VekSizeT pos, const VekString* y) VEK_NOEXCEPT;
@@ -396,7 +444,12 @@ VekSizeT VekStringFindLastNotOfChar(const VekString* x, VekSizeT pos, char c) VE
  * empty needle is found at pos itself when pos <= size. RFind returns the
  * largest offset <= pos where the whole needle stands (it may extend beyond
  * pos); an empty needle is found at the smaller of pos and size. Not found:
- * VekStringNpos. The forms without pos search the whole string.
+ * VekStringNpos, also for a needle longer than what it could fit in. The forms
+ * without pos search the whole string (Find from 0, RFind from VekStringNpos).
+ * A CStr needle is measured with strlen; CStrLen and VekString needles may
+ * hold NUL. Find hands the rest of the string to the C library's memmem in one
+ * call; RFind makes one memcmp per candidate start, at most pos + 1 of them.
+ * The searches read only buf and size, allocate nothing and cannot fail.
  * ------------------------------------------------------------------------ */
 
 VekSizeT VekStringFindFromPosCStrLen(const VekString* x, VekSizeT pos, const char* y,
@@ -420,8 +473,18 @@ VekSizeT VekStringRFind(const VekString* x, const VekString* y) VEK_NOEXCEPT;
  * gives "ba"). All or nothing: the work is done on a private copy made with
  * x's allocator, which replaces x's buffer only when every replacement
  * succeeded. So on success x always holds a new buffer (capacity fitted to
- * the content even when nothing was found) and a view comes out owned; on
- * failure x is untouched. find and replace may be x itself.
+ * the content even when nothing was found, or the shared empty byte when x is
+ * empty) and a view comes out owned; on failure (the copy or a growth was
+ * refused) x is untouched and every block obtained during the call has been
+ * returned. find and replace may be x itself or each other.
+ *
+ * An empty find returns x at once with nothing changed, not even its buffer,
+ * and calls the allocator not at all: an empty needle stands at every
+ * position, so replacing it everywhere would never end.
+ *
+ * Cost: one copy of x, then per occurrence one search and one replacement
+ * that moves the bytes behind it, so time grows with occurrences x length.
+ * The copy grows by doubling; a replace no longer than find never allocates.
  */
 VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
                                    const VekString* replace) VEK_NOEXCEPT;

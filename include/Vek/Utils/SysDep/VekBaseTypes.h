@@ -12,6 +12,7 @@
 #ifndef VEK_UTILS_SYSDEP_VEKBASETYPES_H
 #define VEK_UTILS_SYSDEP_VEKBASETYPES_H
 
+#include <stddef.h> /* NULL, which many results of the layer are */
 #include <stdint.h>
 
 #ifdef __cplusplus
