@@ -79,11 +79,54 @@ static void Editing(VekAllocator* a)
     VekStringDestruct(&s);
 }
 
+static void SearchAndReplace(VekAllocator* a)
+{
+    VekString path;
+    VekString find;
+    VekString by;
+    VekSizeT slash;
+
+    puts("Searching and find-and-replace");
+    VekStringConstructCStr(&path, "/usr/local/lib/libvek.a", a);
+    slash = VekStringFindLastOfChar(&path, VekStringNpos, '/');
+    printf("  last '/' at %llu, file name \"%s\"\n", (unsigned long long)slash,
+           VekStringData(&path) + slash + 1);
+    printf("  \"local\" found at %llu; \"opt\" gives npos: %d\n",
+           (unsigned long long)VekStringFindCStr(&path, "local"),
+           VekStringFindCStr(&path, "opt") == VekStringNpos);
+    VekStringConstructCStr(&find, "/", a);
+    VekStringConstructCStr(&by, "::", a);
+    if (VekStringFindAndReplace(&path, &find, &by) != NULL)
+        Show("every \"/\" replaced by \"::\":", &path);
+    VekStringDestruct(&by);
+    VekStringDestruct(&find);
+    VekStringDestruct(&path);
+}
+
+static void Formatting(VekAllocator* a)
+{
+    VekString f;
+
+    puts("Formatted construction and editing");
+    if (VekStringConstructFormatted(&f, a, "%s=%d", "width", 80) != NULL) {
+        Show("constructed from \"%s=%d\":", &f);
+        VekStringAppendFormatted(&f, "%s", "px");
+        Show("appended straight into place:", &f);
+        VekStringInsertFormatted(&f, 0, "[%d] ", 1);
+        Show("inserted at the front:", &f);
+        VekStringReplaceFormatted(&f, 4, 5, "%.*s", 1, "wide");
+        Show("replaced 5 bytes at 4:", &f);
+    }
+    VekStringDestruct(&f); /* fine even after a refused construction */
+}
+
 int main(void)
 {
     VekAllocator* a = VekAllocatorGetDefault();
     ConstructionAndCapacity(a);
     ComparisonAndHashing(a);
     Editing(a);
+    SearchAndReplace(a);
+    Formatting(a);
     return 0;
 }

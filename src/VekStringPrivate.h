@@ -109,14 +109,33 @@ static inline VekSizeT StringGrownCapacity(const VekString* x, VekSizeT required
     return VekMaximum__VekSizeT(required, doubled);
 }
 
+// StringAllocateBlock obtains the block for a new capacity (not 0): NULL when
+// the allocator's limit refuses it (capacity >= maxSize, so capacity + 1 never
+// wraps) or allocate returns NULL. Nothing in the string changes.
+static inline char* StringAllocateBlock(VekString* x, VekSizeT capacity)
+{
+    VEK_ASSERT(capacity != 0, "no block for capacity 0");
+    if (capacity >= VekStringMaxSize(x))
+        return nullptr;
+    return static_cast<char*>(VekAllocatorAllocate(x->allocator, capacity + 1));
+}
+
+// StringInstallBlock returns the old block, if owned, and installs the new
+// one. Callers copy everything they need from the old buffer first.
+static inline void StringInstallBlock(VekString* x, char* buf, VekSizeT capacity)
+{
+    Deallocate(x);
+    x->buf = buf;
+    x->capacity = capacity;
+}
+
 // StringDoReallocate3 is the reallocation. Capacity 0 releases the block and
 // leaves the string empty on the shared byte; it cannot fail. Otherwise it
 // obtains a block of capacity + 1 bytes, copies the three segments from the
 // current buffer (owned or not) in order, returns the old block if owned, and
 // installs the new one. It never changes the size and never writes a
-// terminator: the caller sets the size next. A capacity at or above the
-// allocator's maxSize, or a NULL from allocate, returns false with nothing
-// changed, copied or released.
+// terminator: the caller sets the size next. A refused block returns false
+// with nothing changed, copied or released.
 static inline VekBool StringDoReallocate3(VekString* x, VekSizeT capacity, VekSizeT pos1,
                                           VekSizeT n1, VekSizeT dstPos1, VekSizeT pos2, VekSizeT n2,
                                           VekSizeT dstPos2, VekSizeT pos3, VekSizeT n3,
@@ -129,17 +148,13 @@ static inline VekBool StringDoReallocate3(VekString* x, VekSizeT capacity, VekSi
         x->capacity = 0;
         return VEK_TRUE;
     }
-    if (capacity >= VekStringMaxSize(x))
-        return VEK_FALSE;
-    char* buf = static_cast<char*>(VekAllocatorAllocate(x->allocator, capacity + 1));
+    char* buf = StringAllocateBlock(x, capacity);
     if (buf == nullptr)
         return VEK_FALSE;
     CopyBuffer(buf, dstPos1, n1, x->buf, pos1);
     CopyBuffer(buf, dstPos2, n2, x->buf, pos2);
     CopyBuffer(buf, dstPos3, n3, x->buf, pos3);
-    Deallocate(x);
-    x->buf = buf;
-    x->capacity = capacity;
+    StringInstallBlock(x, buf, capacity);
     return VEK_TRUE;
 }
 

@@ -64,8 +64,8 @@ TEST_P(ConstructCStrLen, GivesExactCapacityOrAValidEmptyString)
     }
     alloc.ClearEvents();
     VekStringDestruct(&s);
-    EXPECT_EQ(alloc.Trace(),
-              c.succeeds && !c.content.empty() ? "-" + std::to_string(c.content.size() + 1) : "");
+    const bool owned = c.succeeds && !c.content.empty();
+    EXPECT_EQ(alloc.Trace(), owned ? std::string("-") + std::to_string(c.content.size() + 1) : "");
     EXPECT_TRUE(alloc.IsClean());
 }
 

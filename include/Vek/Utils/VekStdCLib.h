@@ -17,7 +17,17 @@ VEK_EXTERN_C_BEGIN
  * VekVSNPrintf formats like the C library's vsnprintf into buf, writing at
  * most size bytes, and returns the length of the complete output without the
  * terminating NUL, whatever size is (size 0 with a NULL buf only measures).
- * The same format and arguments always give the same output and length.
+ * When the output fits in size - 1 bytes it is written whole, followed by a
+ * NUL; a longer one is cut to size - 1 bytes and a NUL. The same format and
+ * arguments always give the same output and length. args is consumed.
+ *
+ * Failure: when the C library cannot produce the output (a %ls argument the
+ * current locale cannot encode, an output whose length does not fit an int,
+ * a malformed format it rejects), the result is the largest VekSizeT (the value
+ * of VekStringNpos). No allocator grants that many bytes, so code that sizes a
+ * buffer from the result is refused rather than misled. buf[0] is then a NUL
+ * when size is at least 1; the bytes behind it are unspecified, but none
+ * beyond the first size bytes is written.
  */
 VekSizeT VekVSNPrintf(char* buf, VekSizeT size, const char* fmt, va_list args) VEK_NOEXCEPT;
 

@@ -65,6 +65,7 @@
 #include <stdarg.h>
 
 #include "SysDep/VekBaseTypes.h"
+#include "SysDep/VekCoreFoundation.h"
 #include "VekAllocator.h"
 
 VEK_EXTERN_C_BEGIN
@@ -300,27 +301,70 @@ VekStringIterator VekStringEraseRange(VekString* x, VekStringIterator b,
 /* ------------------------------------------------------------------------
  * Formatted construction and editing
  *
- * printf-style formats through VekVSNPrintf. Output that lands at the end of
- * an owned buffer with room is formatted straight into place with one
- * formatter call; any other edit measures first and formats into the gap of a
- * new block. Arguments must not point into x's own buffer. A va_list passed in
- * is consumed; a refused position consumes nothing.
+ * printf-style formats through VekVSNPrintf (VekStdCLib.h). Each verb comes
+ * variadic (...Formatted) and with a va_list (...VFormatted); the va_list is
+ * consumed as vsnprintf consumes it, and may afterwards only be ended.
+ *
+ *     VekStringConstructFormatted(&s, a, "%s=%d", "width", 80);  // "width=80"
+ *     VekStringAppendFormatted(&s, "%s", "px");                   // "width=80px"
+ *     VekStringReplaceFormatted(&s, 0, 5, "%c", 'w');             // "w=80px"
+ *
+ * Cost. An edit whose output lands at the end of an owned block with room
+ * (an assign or an append that fits, an insert or replace at the end) formats
+ * straight into the buffer: one formatter call, no allocation, no copy. Any
+ * other edit formats twice, once to measure and once into the gap of a new
+ * block that already holds the bytes before and behind it. The growth rule
+ * applies whenever the output does not fit the room of that first call, so
+ * a non-empty insert or replace before the end always takes a new block of
+ * at least twice the capacity, even when the result would fit the old one;
+ * only an empty output is done in place there. A view is never written: an
+ * edit that leaves no gap before its tail only shortens it (or leaves it as
+ * it was), and any other copies it into a block of exactly the new size.
+ * Construction allocates exactly the output length + 1 bytes, and nothing for
+ * an empty output.
+ *
+ * Failures. Besides a refused allocation and a position beyond the end
+ * (checked before the formatter runs, so the arguments are then unconsumed),
+ * an output the formatter cannot produce fails the edit the same way: NULL,
+ * nothing allocated, nothing released. A failed construction leaves x a valid
+ * empty string naming a. A failed edit keeps allocator, buf, size, capacity,
+ * ownership and the bytes before pos; when a tail follows the span, or x owns
+ * no block, nothing at all was written. WARNING: when the span reaches the
+ * end of an owned block (every assign and append on an owned block), the
+ * formatter has already written into the buffer before the growth is
+ * refused. The terminator at buf[size] is then rewritten, so the string is a
+ * valid C string of its old size, and an append (or an insert at the end)
+ * leaves the string exactly as it was; but an assign, or a replace reaching
+ * the end, loses the replaced span: its bytes hold the beginning of the
+ * output that did not fit (unspecified bytes after a formatter failure).
+ *
+ * WARNING: no argument may point into x's own buffer; the formatter may be
+ * writing that buffer while it reads its arguments.
  * ------------------------------------------------------------------------ */
 
+/* VekStringConstructFormatted constructs x holding the output, with allocator
+ * a, which comes before the format here and last in the va_list form. */
 VekString* VekStringConstructFormatted(VekString* x, VekAllocator* a, const char* fmt, ...)
     VEK_NOEXCEPT VEK_PRINTF_FORMAT(3, 4);
 VekString* VekStringConstructVFormatted(VekString* x, const char* fmt, va_list args,
                                         VekAllocator* a) VEK_NOEXCEPT;
+/* VekStringAssignFormatted replaces the whole content by the output. An empty
+ * output keeps an owned block (and a view's bytes, at size 0). */
 VekString* VekStringAssignFormatted(VekString* x, const char* fmt, ...) VEK_NOEXCEPT
     VEK_PRINTF_FORMAT(2, 3);
 VekString* VekStringAssignVFormatted(VekString* x, const char* fmt, va_list args) VEK_NOEXCEPT;
+/* VekStringAppendFormatted appends the output; the everyday fast path. */
 VekString* VekStringAppendFormatted(VekString* x, const char* fmt, ...) VEK_NOEXCEPT
     VEK_PRINTF_FORMAT(2, 3);
 VekString* VekStringAppendVFormatted(VekString* x, const char* fmt, va_list args) VEK_NOEXCEPT;
+/* VekStringInsertFormatted inserts the output before the byte at pos; pos ==
+ * size appends, pos > size fails. */
 VekString* VekStringInsertFormatted(VekString* x, VekSizeT pos, const char* fmt, ...) VEK_NOEXCEPT
     VEK_PRINTF_FORMAT(3, 4);
 VekString* VekStringInsertVFormatted(VekString* x, VekSizeT pos, const char* fmt,
                                      va_list args) VEK_NOEXCEPT;
+/* VekStringReplaceFormatted replaces at most n bytes from pos by the output
+ * (VekStringNpos: to the end); pos > size fails. */
 VekString* VekStringReplaceFormatted(VekString* x, VekSizeT pos, VekSizeT n, const char* fmt, ...)
     VEK_NOEXCEPT VEK_PRINTF_FORMAT(4, 5);
 VekString* VekStringReplaceVFormatted(VekString* x, VekSizeT pos, VekSizeT n, const char* fmt,
@@ -366,10 +410,15 @@ VekSizeT VekStringHash(const VekString* x) VEK_NOEXCEPT;
  * Find the first byte at or after pos, or the last at or before pos, that is
  * in the set (Of) or in none of it (NotOf); VekStringNpos when none is. A
  * forward search from pos >= size finds nothing; a backward search from such
- * a pos starts at the last byte. An empty set holds nothing, so every byte is
- * outside it. NUL is an ordinary byte in content and in CStrLen and Char sets;
- * a CStr set cannot hold it. Cost: at most (bytes examined) x (set size)
- * comparisons; nothing is allocated.
+ * a pos starts at the last byte, so VekStringNpos searches the whole string.
+ * An empty set holds nothing, so every byte is outside it: FirstNotOf gives
+ * pos (when pos < size) and LastNotOf the byte it starts at. An empty string
+ * finds nothing either way. NUL is an ordinary byte in content and in CStrLen,
+ * VekString and Char sets; a CStr set is measured with strlen and cannot hold
+ * it. The set's order and repetitions do not matter, and every form gives the
+ * CStrLen result for its set (Char: the one-byte set). The backward searches
+ * come only with a CStrLen set or a single byte. Cost: at most (bytes
+ * examined) x (set size) comparisons; nothing is allocated and nothing fails.
  * ------------------------------------------------------------------------ */
 
 VekSizeT VekStringFindFirstOf(const VekString* x, VekSizeT pos, const VekString* y) VEK_NOEXCEPT;
@@ -398,7 +447,12 @@ VekSizeT VekStringFindLastNotOfChar(const VekString* x, VekSizeT pos, char c) VE
  * empty needle is found at pos itself when pos <= size. RFind returns the
  * largest offset <= pos where the whole needle stands (it may extend beyond
  * pos); an empty needle is found at the smaller of pos and size. Not found:
- * VekStringNpos. The forms without pos search the whole string.
+ * VekStringNpos, also for a needle longer than what it could fit in. The forms
+ * without pos search the whole string (Find from 0, RFind from VekStringNpos).
+ * A CStr needle is measured with strlen; CStrLen and VekString needles may
+ * hold NUL. Find hands the rest of the string to the C library's memmem in one
+ * call; RFind makes one memcmp per candidate start, at most pos + 1 of them.
+ * The searches read only buf and size, allocate nothing and cannot fail.
  * ------------------------------------------------------------------------ */
 
 VekSizeT VekStringFindFromPosCStrLen(const VekString* x, VekSizeT pos, const char* y,
@@ -422,8 +476,18 @@ VekSizeT VekStringRFind(const VekString* x, const VekString* y) VEK_NOEXCEPT;
  * gives "ba"). All or nothing: the work is done on a private copy made with
  * x's allocator, which replaces x's buffer only when every replacement
  * succeeded. So on success x always holds a new buffer (capacity fitted to
- * the content even when nothing was found) and a view comes out owned; on
- * failure x is untouched. find and replace may be x itself.
+ * the content even when nothing was found, or the shared empty byte when x is
+ * empty) and a view comes out owned; on failure (the copy or a growth was
+ * refused) x is untouched and every block obtained during the call has been
+ * returned. find and replace may be x itself or each other.
+ *
+ * An empty find returns x at once with nothing changed, not even its buffer,
+ * and calls the allocator not at all: an empty needle stands at every
+ * position, so replacing it everywhere would never end.
+ *
+ * Cost: one copy of x, then per occurrence one search and one replacement
+ * that moves the bytes behind it, so time grows with occurrences x length.
+ * The copy grows by doubling; a replace no longer than find never allocates.
  */
 VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
                                    const VekString* replace) VEK_NOEXCEPT;
@@ -431,25 +495,60 @@ VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
 /* ------------------------------------------------------------------------
  * Unicode conversion
  *
- * Converts zero-terminated UCS-4 or UTF-16 into UTF-8 straight into the room
- * the string has; only when the result does not fit does the string grow,
- * exactly, through VekStringReserve, and convert again. Input the codec
- * refuses (see VekUtf8Encoding.h) fails: an assignment then leaves the string
- * empty with its buffer kept; an append keeps the size it had.
+ * Converts zero-terminated UCS-4 or UTF-16 into UTF-8 with the codec of
+ * VekUtf8Encoding.h, which refuses input that is not valid Unicode (surrogate
+ * or out-of-range UCS-4 values, unpaired UTF-16 surrogates). The conversion
+ * goes straight into the room x already has, so a result that fits costs one
+ * codec pass and no allocation. Only a longer result makes x grow, exactly to
+ * the new length (never doubled) through VekStringReserve, and converts again;
+ * a view is copied into the new block first.
+ *
+ *     static const VekUint16 text[] = {0x63, 0x61, 0x66, 0xE9, 0};   // "cafe", acute e
+ *     VekStringAssignUtf16(&s, text);       // s holds 5 bytes of UTF-8
+ *
+ * Failures differ from the other families:
+ *  - Refused input empties an assigned (or constructed) string: size 0, the
+ *    buffer and its capacity kept, a view kept as an empty view. An append
+ *    keeps its size and content.
+ *  - WARNING: when an assignment's result is longer than the capacity and
+ *    the growth is refused, x keeps its size, buffer and capacity, but its
+ *    content bytes may already hold part of the new text: the first attempt
+ *    converts over them. An append never overwrites its content.
+ *  - After any failure an owned buffer is again NUL-terminated at size.
  * ------------------------------------------------------------------------ */
 
+/* VekStringConstructUcs4 makes x empty with allocator a, then assigns ucs4;
+ * a failed construction leaves a valid string to destroy. */
 VekString* VekStringConstructUcs4(VekString* x, const VekWideChar* ucs4,
                                   VekAllocator* a) VEK_NOEXCEPT;
 VekString* VekStringConstructUtf16(VekString* x, const VekUint16* utf16,
                                    VekAllocator* a) VEK_NOEXCEPT;
+/* Empty input gives empty content: an owned block is kept, a view is kept as
+ * a view of length 0. */
 VekString* VekStringAssignUcs4(VekString* x, const VekWideChar* ucs4) VEK_NOEXCEPT;
 VekString* VekStringAssignUtf16(VekString* x, const VekUint16* utf16) VEK_NOEXCEPT;
 VekString* VekStringAppendUcs4(VekString* x, const VekWideChar* ucs4) VEK_NOEXCEPT;
 VekString* VekStringAppendUtf16(VekString* x, const VekUint16* utf16) VEK_NOEXCEPT;
+
 /* VekStringWriteUtf16 decodes the content, read as a C string (so up to its
- * first NUL), into output; see VekUtf8DecodeUtf16. x is not changed. */
+ * first NUL), into output with VekUtf8DecodeUtf16, whose arguments and
+ * result it passes through; outputSize and *outputLen count UTF-16 units.
+ * A view must be NUL-terminated by its owner. x is not changed. */
 VekBool VekStringWriteUtf16(const VekString* x, VekUint16* output, VekSizeT outputSize,
                             VekSizeT* outputLen) VEK_NOEXCEPT;
+
+/*
+ * VekStringAssignFromCFString replaces the content by the UTF-8 form of
+ * cfStr. When the framework offers that form directly, this is
+ * VekStringAssignCStr with it, failures included. Otherwise the UTF-8 length
+ * is measured, x grows exactly to it when its capacity is smaller, and the
+ * framework converts straight into x's buffer. Failures on that road: a
+ * string of which nothing converts (an empty one among them) or a refused
+ * growth leave x unchanged; a conversion the framework refuses after
+ * measuring (say an unpaired surrogate behind convertible text) leaves x
+ * empty with its buffer kept.
+ */
+VekString* VekStringAssignFromCFString(VekString* x, CFStringRef cfStr) VEK_NOEXCEPT;
 
 VEK_EXTERN_C_END
 
