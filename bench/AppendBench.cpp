@@ -29,8 +29,7 @@ std::uint64_t AppendPieces(const std::string& source, std::size_t total)
     return b.Digest();
 }
 
-template <class Builder>
-std::uint64_t AppendChars(const std::string& source)
+template <class Builder> std::uint64_t AppendChars(const std::string& source)
 {
     Builder b;
     for (char c : source)
@@ -51,7 +50,8 @@ std::uint64_t CopyInto(char* block, const std::string& source, std::size_t total
 template <std::size_t kPiece>
 void AddPieceContenders(Row& row, const std::string& source, std::size_t total)
 {
-    row.Library("VekString", [&, total] { return AppendPieces<VekBuilder, kPiece>(source, total); });
+    row.Library("VekString",
+                [&, total] { return AppendPieces<VekBuilder, kPiece>(source, total); });
     row.Peer("std::string", [&, total] { return AppendPieces<StdBuilder, kPiece>(source, total); });
 #ifdef VEK_BENCH_HAVE_GLIB
     row.Peer("GString", [&, total] { return AppendPieces<GStringBuilder, kPiece>(source, total); });

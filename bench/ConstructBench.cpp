@@ -18,8 +18,7 @@ constexpr int kStrings = 1000000;
 
 // MakeAndDrop runs make(str) kStrings times; make returns the length it saw,
 // and the lengths add up to the digest.
-template <class Make>
-std::uint64_t MakeAndDrop(const char* str, Make make)
+template <class Make> std::uint64_t MakeAndDrop(const char* str, Make make)
 {
     std::uint64_t digest = 0;
     for (int i = 0; i < kStrings; ++i) {
@@ -41,16 +40,18 @@ std::uint64_t VekMakeAndDrop(const char* str, VekAllocator* a)
     });
 }
 
-void SmallStringsRow(benchmark::State& state, const char* str, double goal_vs_std)
+void W2_SmallStrings(benchmark::State& state, const char* str, double goal_vs_std)
 {
     const std::size_t len = std::strlen(str);
-    Row row(state, "construct from a " + std::to_string(len) + "-byte C string and destroy, " +
-                       "a million times", 0);
+    Row row(state,
+            "construct from a " + std::to_string(len) + "-byte C string and destroy, " +
+                "a million times",
+            0);
     VekPoolAllocator pool;
     VekPoolAllocatorInit(&pool);
-    row.Library("VekString + pool", [&] { return VekMakeAndDrop(str, VekPoolAllocatorGet(&pool)); });
-    row.Aside("VekString + malloc",
-              [&] { return VekMakeAndDrop(str, VekAllocatorGetDefault()); });
+    row.Library("VekString + pool",
+                [&] { return VekMakeAndDrop(str, VekPoolAllocatorGet(&pool)); });
+    row.Aside("VekString + malloc", [&] { return VekMakeAndDrop(str, VekAllocatorGetDefault()); });
     row.Peer("std::string", [&] {
         return MakeAndDrop(str, [](const char* s) {
             std::string x(s);
@@ -94,17 +95,8 @@ void SmallStringsRow(benchmark::State& state, const char* str, double goal_vs_st
 
 // std::string keeps up to 15 bytes inside its own record; a short string is
 // where a separate block costs most.
-void W2_SmallStrings12Bytes(benchmark::State& state)
-{
-    SmallStringsRow(state, "user:1234567", 1.2);
-}
-VEK_BENCH_ROW(W2_SmallStrings12Bytes);
-
-void W2_SmallStrings40Bytes(benchmark::State& state)
-{
-    SmallStringsRow(state, "session:0123456789abcdef0123456789abcdef", 1.0);
-}
-VEK_BENCH_ROW(W2_SmallStrings40Bytes);
+VEK_BENCH_CASE(W2_SmallStrings, 12Bytes, "user:1234567", 1.2);
+VEK_BENCH_CASE(W2_SmallStrings, 40Bytes, "session:0123456789abcdef0123456789abcdef", 1.0);
 
 } // namespace
 } // namespace vekbench

@@ -84,17 +84,16 @@ void W5_Hash16ByteKeys(benchmark::State& state)
     };
     Row row(state, "hash of 16-byte keys, 64 Ki of them", kKeys * 16);
     row.Library("VekString", sum([&](std::size_t i) { return VekStringHash(&vek_keys[i]); }));
-    row.Peer(
-        "std::hash", sum([&](std::size_t i) { return std::hash<std::string>{}(std_keys[i]); }),
-        Digest::kOwn);
+    row.Peer("std::hash", sum([&](std::size_t i) { return std::hash<std::string>{}(std_keys[i]); }),
+             Digest::kOwn);
     row.Peer("plain loop", sum([&](std::size_t i) { return PlainLoop(std_keys[i].data(), 16); }));
     row.Peer("8 bytes a step, pairs first",
              sum([&](std::size_t i) { return PairsLoop(std_keys[i].data(), 16); }));
     row.Bound("load 16 bytes", sum([&](std::size_t i) {
-        std::uint64_t words[2];
-        std::memcpy(words, std_keys[i].data(), 16);
-        return words[0] ^ words[1];
-    }));
+                  std::uint64_t words[2];
+                  std::memcpy(words, std_keys[i].data(), 16);
+                  return words[0] ^ words[1];
+              }));
     row.Goal("std::hash", 1.5).Run();
     for (VekString& key : vek_keys)
         VekStringDestruct(&key);

@@ -13,8 +13,8 @@
 #include <string>
 #include <string_view>
 
-#include "VekBench.h"
 #include "Vek/Utils/VekString.h"
+#include "VekBench.h"
 
 #ifdef VEK_BENCH_HAVE_GLIB
 #include <glib.h>
@@ -27,7 +27,10 @@ namespace vekbench {
 
 class VekBuilder {
 public:
-    explicit VekBuilder(VekAllocator* a = VekAllocatorGetDefault()) { VekStringConstructDefault(&s_, a); }
+    explicit VekBuilder(VekAllocator* a = VekAllocatorGetDefault())
+    {
+        VekStringConstructDefault(&s_, a);
+    }
     ~VekBuilder() { VekStringDestruct(&s_); }
     VekBuilder(const VekBuilder&) = delete;
     VekBuilder& operator=(const VekBuilder&) = delete;
@@ -66,6 +69,7 @@ public:
     }
     void Push(char c) { g_string_append_c(s_, c); }
     std::uint64_t Digest() const { return Mix(s_->str, s_->len); }
+    GString* get() { return s_; }
 
 private:
     GString* s_;

@@ -112,7 +112,13 @@ inline std::uint64_t Mix(std::string_view s)
 
 // VEK_BENCH_ROW registers a row function under its own name. The time a
 // repetition reports is the sum over contenders; the counters carry the rest.
-#define VEK_BENCH_ROW(function)                                                                    \
-    BENCHMARK(function)->UseManualTime()->Unit(benchmark::kMillisecond)
+#define VEK_BENCH_ROW(function) BENCHMARK(function)->UseManualTime()->Unit(benchmark::kMillisecond)
+
+// VEK_BENCH_CASE registers one case of a row function that takes arguments
+// after the state, under the name function/case_name.
+#define VEK_BENCH_CASE(function, case_name, ...)                                                   \
+    BENCHMARK_CAPTURE(function, case_name, __VA_ARGS__)                                            \
+        ->UseManualTime()                                                                          \
+        ->Unit(benchmark::kMillisecond)
 
 #endif // VEK_BENCH_VEKBENCH_H

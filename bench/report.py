@@ -38,7 +38,7 @@ def load_rows(path):
     for entry in data["benchmarks"]:
         if entry.get("run_type") != "iteration" or entry.get("error_occurred"):
             continue
-        name = entry["run_name"].split("/")[0]
+        name = entry["run_name"].removesuffix("/manual_time")
         row = rows.setdefault(name, {"name": name, "title": entry.get("label", name),
                                      "order": entry.get("family_index", 0),
                                      "bytes": entry.get("bytes", 0), "times": defaultdict(list),
@@ -75,8 +75,8 @@ def fmt_time(seconds):
     return f"{seconds * 1e9:.3g} ns"
 
 
-def fmt_ratio(r):
-    return f"{r:.2f}×"
+def fmt_ratio(r, digits=2):
+    return f"{r:.{digits}f}×"
 
 
 def goal_lines(row, lib):
@@ -90,7 +90,7 @@ def goal_lines(row, lib):
         what = "page faults" if kind == "faultgoal" else "time"
         verdict = "met" if measured <= limit else "**missed**"
         lines.append(f"{what} at most {fmt_ratio(limit)} {target}'s: {verdict} "
-                     f"({fmt_ratio(measured)})")
+                     f"({fmt_ratio(measured, 3)})")
     return lines
 
 
@@ -160,9 +160,8 @@ def chart(runs, path):
             lib = who(row, "lib")[0]
             for peer in who(row, "peer"):
                 r = median_ratio(row, row["times"], lib, peer)
-                title = row["title"].split(",")[0]
-                label = f"{row['name'].split('_')[0]} {title} vs {peer} ({compiler})"
-                lines.append((label.replace('"', "'"), r))
+                label = f"{row['name'].split('_')[0]} {row['title']} vs {peer} ({compiler})"
+                lines.append((label.replace("\\", "\\\\").replace('"', "'"), r))
     if not lines:
         return False
     data = path + ".dat"
@@ -170,17 +169,20 @@ def chart(runs, path):
         for label, r in reversed(lines):
             f.write(f'"{label}" {r:.4f} {0x2e8b57 if r <= 1 else 0xcd3333}\n')
     height = 120 + 22 * len(lines)
+    ratios = [r for _, r in lines]
+    low, high = min(min(ratios), 0.5) / 1.6, max(max(ratios), 2) * 1.6
     script = f"""
-set terminal pngcairo size 1400,{height} font "sans,9"
+set terminal pngcairo size 1500,{height} font "sans,9"
 set output "{path}"
 set title "VekString's time relative to each peer (below 1: VekString is faster)"
 set logscale x 2
-set xrange [0.03:8]
+set termoption noenhanced
+set xrange [{low}:{high}]
 set yrange [-0.7:{len(lines) - 0.3}]
 set grid xtics
 set format x "%g×"
 set key off
-set lmargin 78
+set lmargin 92
 set arrow from 1, graph 0 to 1, graph 1 nohead lc rgb "black"
 plot "{data}" using (($2 < 1) ? $2 : 1):0:(($2 < 1) ? $2 : 1):(($2 < 1) ? 1 : $2):($0 - 0.35):($0 + 0.35):3:ytic(1) \\
          with boxxyerror fs solid 0.8 lc rgb variable, \\
