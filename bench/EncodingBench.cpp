@@ -138,10 +138,10 @@ struct Iconv {
 void W6_Utf16ToUtf8(benchmark::State& state, bool mixed)
 {
     const Texts& t = TextsOf(mixed);
-    const std::size_t units = t.utf16.size() - 1;
     Row row(state, std::string("UTF-16 to UTF-8, ") + Kind(mixed), t.utf8.size());
     row.Library("VekString", [&] { return IntoVekString(VekStringAssignUtf16, t.utf16.data()); });
 #ifdef VEK_BENCH_HAVE_ICU
+    const std::size_t units = t.utf16.size() - 1;
     row.Peer("ICU u_strToUTF8", [&] {
         return IntoUtf8(3 * units + 1, [&](char* out) {
             int32_t len = 0;
