@@ -68,6 +68,10 @@ void W1_Append16BytePieces(benchmark::State& state)
     static std::string target(kMiB, '\0');
     Row row(state, "append 16-byte pieces to 1 MiB", kMiB);
     AddPieceContenders<16>(row, source, kMiB);
+#ifdef VEK_BENCH_HAVE_LIBCXX
+    row.Peer("std::string (libc++)",
+             [&] { return LibcxxAppend16BytePieces(source.data(), source.size(), kMiB); });
+#endif
     row.Bound("memcpy", [&] { return CopyInto(target.data(), source, kMiB); });
     row.Goal(Row::kFastestPeer, 0.9).Run();
 }
@@ -80,6 +84,10 @@ void W1_AppendCharacters(benchmark::State& state)
     Row row(state, "append single characters to 1 MiB", kMiB);
     row.Library("VekString", [&] { return AppendChars<VekBuilder>(source); });
     row.Peer("std::string", [&] { return AppendChars<StdBuilder>(source); });
+#ifdef VEK_BENCH_HAVE_LIBCXX
+    row.Peer("std::string (libc++)",
+             [&] { return LibcxxAppendCharacters(source.data(), source.size()); });
+#endif
 #ifdef VEK_BENCH_HAVE_GLIB
     row.Peer("GString", [&] { return AppendChars<GStringBuilder>(source); });
 #endif

@@ -59,6 +59,9 @@ void W2_SmallStrings(benchmark::State& state, const char* str, double goal_vs_st
             return x.size();
         });
     });
+#ifdef VEK_BENCH_HAVE_LIBCXX
+    row.Peer("std::string (libc++)", [&] { return LibcxxMakeAndDrop(str, kStrings); });
+#endif
 #ifdef VEK_BENCH_HAVE_GLIB
     row.Peer("GString", [&] {
         return MakeAndDrop(str, [](const char* s) {

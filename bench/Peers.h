@@ -22,6 +22,9 @@
 #ifdef VEK_BENCH_HAVE_ABSL
 #include <absl/strings/str_cat.h>
 #endif
+#ifdef VEK_BENCH_HAVE_LIBCXX
+#include "LibcxxPeers.h"
+#endif
 
 namespace vekbench {
 
@@ -85,6 +88,24 @@ public:
 
 private:
     std::string s_;
+};
+#endif
+
+#ifdef VEK_BENCH_HAVE_LIBCXX
+// LibcxxString holds a copy of some bytes in a libc++ std::string.
+class LibcxxString {
+public:
+    explicit LibcxxString(const std::string& bytes)
+        : s_(LibcxxStringNew(bytes.data(), bytes.size()))
+    {
+    }
+    ~LibcxxString() { LibcxxStringFree(s_); }
+    LibcxxString(const LibcxxString&) = delete;
+    LibcxxString& operator=(const LibcxxString&) = delete;
+    const void* get() const { return s_; }
+
+private:
+    void* s_;
 };
 #endif
 

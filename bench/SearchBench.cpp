@@ -74,6 +74,11 @@ void W3_Find(benchmark::State& state, std::size_t needle_len)
     row.Library("VekString",
                 [&] { return VekStringFindCStrLen(&h.vek, h.needle.data(), h.needle.size()); });
     row.Peer("std::string::find", [&] { return h.text.find(h.needle); });
+#ifdef VEK_BENCH_HAVE_LIBCXX
+    const LibcxxString libcxx(h.text);
+    row.Peer("std::string::find (libc++)",
+             [&] { return LibcxxFind(libcxx.get(), h.needle.data(), h.needle.size()); });
+#endif
     row.Peer("glibc memmem", [&] {
         return Position(memmem(h.text.data(), h.text.size(), h.needle.data(), h.needle.size()),
                         h.text);
@@ -94,6 +99,12 @@ void W3_RFind(benchmark::State& state, std::size_t needle_len)
     row.Library("VekString",
                 [&] { return VekStringRFindCStrLen(&h.vek, h.needle.data(), h.needle.size()); });
     row.Peer("std::string::rfind", [&] { return h.text.rfind(h.needle); });
+#ifdef VEK_BENCH_HAVE_LIBCXX
+    const LibcxxString libcxx(h.text);
+    row.Peer("std::string::rfind (libc++)",
+             [&] { return LibcxxRFind(libcxx.get(), h.needle.data(), h.needle.size()); });
+    row.Goal("std::string::rfind (libc++)", 0.5);
+#endif
     row.Peer("memrchr + memcmp", [&] { return MemrchrFind(h.text, h.needle); });
     row.Bound("memchr", [&] { return ScanBound(h.text); });
     row.Run();
@@ -129,6 +140,11 @@ void W8_FindFirstOf(benchmark::State& state)
     Row row(state, "first of \" \\t\\n\", 1 KiB before the end", kMiB);
     row.Library("VekString", [&] { return VekStringFindFirstOfCStr(&h.vek, 0, " \t\n"); });
     row.Peer("std::string::find_first_of", [&] { return h.text.find_first_of(" \t\n"); });
+#ifdef VEK_BENCH_HAVE_LIBCXX
+    const LibcxxString libcxx(h.text);
+    row.Peer("std::string::find_first_of (libc++)",
+             [&] { return LibcxxFindFirstOf(libcxx.get(), " \t\n"); });
+#endif
     row.Peer("glibc strcspn", [&] { return std::strcspn(h.text.c_str(), " \t\n"); });
     row.Bound("memchr", [&] { return ScanBound(h.text); });
     row.Goal("std::string::find_first_of", 0.1).Run();
@@ -141,6 +157,11 @@ void W8_FindFirstNotOf(benchmark::State& state)
     Row row(state, "first not of \" \", 1 KiB before the end", kMiB);
     row.Library("VekString", [&] { return VekStringFindFirstNotOfCStr(&h.vek, 0, " "); });
     row.Peer("std::string::find_first_not_of", [&] { return h.text.find_first_not_of(' '); });
+#ifdef VEK_BENCH_HAVE_LIBCXX
+    const LibcxxString libcxx(h.text);
+    row.Peer("std::string::find_first_not_of (libc++)",
+             [&] { return LibcxxFindFirstNotOf(libcxx.get(), ' '); });
+#endif
     row.Peer("glibc strspn", [&] { return std::strspn(h.text.c_str(), " "); });
     row.Bound("memchr", [&] { return ScanBound(h.text); });
     row.Goal("std::string::find_first_not_of", 0.1).Run();
