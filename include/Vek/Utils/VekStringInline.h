@@ -70,9 +70,13 @@ static inline VekString* VekStringAppendCharInline(VekString* x, char c) VEK_NOE
 {
     const VekSizeT size = x->size;
     if (size < x->capacity) {
-        char* buf = x->buf;
-        buf[size] = c;
-        buf[size + 1] = '\0';
+        /* The byte and its terminator go out as one 2-byte store. */
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+        const uint16_t with_terminator = (uint16_t)((unsigned char)c << 8);
+#else
+        const uint16_t with_terminator = (unsigned char)c;
+#endif
+        VekMemCpy(x->buf + size, &with_terminator, 2);
         x->size = size + 1;
         return x;
     }
