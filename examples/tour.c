@@ -86,8 +86,11 @@ static void SearchAndReplace(VekString* text, VekAllocator* a)
     VekSizeT at = VekStringFindCStr(text, "Zürich");
 
     puts("Searching and replacing");
-    printf("  \"keeper\" occurs %llu times; the first \"Zürich\" is at byte %llu\n",
-           (unsigned long long)Count(text, "keeper"), (unsigned long long)at);
+    printf("  \"keeper\" occurs %llu times\n", (unsigned long long)Count(text, "keeper"));
+    if (at == VekStringNpos)
+        puts("  \"Zürich\" is not found (the search gives VekStringNpos)");
+    else
+        printf("  the first \"Zürich\" is at byte %llu\n", (unsigned long long)at);
     if (at != VekStringNpos && LineAt(&line, text, at, a) != NULL) {
         Show("its line:", &line);
         VekStringDestruct(&line);
