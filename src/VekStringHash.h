@@ -19,9 +19,9 @@
 // exactly its share of that constant, which is what lets the last partial word
 // be masked to zeros in front of the bytes still to be hashed.
 //
-// Two block kernels: 8 bytes in a 64-bit word (any platform), and 16 bytes in
-// an SSE2 register, which every x86-64 processor has. The tests run both
-// against each other and against the plain definition.
+// Two block kernels: 8 bytes in a 64-bit word (any platform, and the portable
+// build), and 16 bytes in an SSE2 register, which every x86-64 processor has.
+// The tests run both against each other and against the plain definition.
 #ifndef VEK_SRC_VEKSTRINGHASH_H
 #define VEK_SRC_VEKSTRINGHASH_H
 
@@ -30,7 +30,7 @@
 
 #include "Vek/Utils/SysDep/VekBaseTypes.h"
 
-#if defined(__SSE2__) && (defined(__x86_64__) || defined(_M_X64))
+#if defined(__SSE2__) && (defined(__x86_64__) || defined(_M_X64)) && !defined(VEK_PORTABLE)
 #include <emmintrin.h>
 #define VEK_HASH_HAVE_SSE2 1
 #endif

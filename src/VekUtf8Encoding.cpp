@@ -27,7 +27,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#if defined(__SSE2__)
+#if defined(__SSE2__) && !defined(VEK_PORTABLE)
 #include <emmintrin.h>
 #define VEK_UTF8_HAVE_SSE2 1
 #else
