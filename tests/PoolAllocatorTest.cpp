@@ -1,7 +1,7 @@
 // Facts about the pool allocator: blocks never overlap and keep their bytes,
-// a class's freed block is the next one handed out for that class, strings
-// built over the pool behave, and Destroy returns everything, blocks still in
-// use included (the sanitizer build's leak check sees any that stay behind).
+// strings built over the pool behave, and Destroy returns everything, blocks
+// still in use included (the sanitizer build's leak check sees any that stay
+// behind).
 #include "VekTestSupport.h"
 
 #include <cstdint>
@@ -63,30 +63,6 @@ TEST(PoolAllocator, BlocksAreDisjointAlignedAndKeepTheirBytes)
     for (const Block& b : live) {
         EXPECT_TRUE(Holds(b));
         a->deallocate(a, b.p, b.size);
-    }
-}
-
-struct ReuseCase {
-    VekSizeT freed;
-    VekSizeT requested;
-    bool same_block;
-};
-
-TEST(PoolAllocator, FreedBlockServesItsClassNext)
-{
-    const ReuseCase cases[] = {
-        {13, 16, true},    {16, 1, true},      {16, 17, false},     {129, 160, true},
-        {160, 161, false}, {4000, 4096, true}, {3585, 3584, false},
-    };
-    for (const ReuseCase& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.freed << " then " << c.requested);
-        Pool pool;
-        VekAllocator* a = pool.get();
-        void* first = a->allocate(a, c.freed);
-        a->deallocate(a, first, c.freed);
-        void* second = a->allocate(a, c.requested);
-        EXPECT_EQ(second == first, c.same_block);
-        a->deallocate(a, second, c.requested);
     }
 }
 
