@@ -35,6 +35,7 @@ constexpr VekSizeT kNpos = VekStringNpos;
 constexpr std::size_t kMaxSteps = 64;
 constexpr std::size_t kMaxViews = 8;
 constexpr VekSizeT kMaxContent = 2048;
+constexpr VekSizeT kMaxCapacity = 1 << 16;
 
 // The expected content of an edit, or nullopt when a position is beyond the
 // end and the edit must fail without calling the allocator.
@@ -56,14 +57,18 @@ Expected Sub(const std::string& m, VekSizeT pos, VekSizeT n)
 
 // The reference find-and-replace: left to right, never rescanning what a
 // replacement brought in; an empty find changes nothing.
-std::string ReplaceAll(std::string s, const std::string& find, const std::string& with)
+std::string ReplaceAll(const std::string& s, const std::string& find, const std::string& with)
 {
     if (find.empty())
         return s;
+    std::string out;
+    std::size_t from = 0;
     for (std::size_t pos = s.find(find); pos != std::string::npos;
-         pos = s.find(find, pos + with.size()))
-        s.replace(pos, find.size(), with);
-    return s;
+         pos = s.find(find, pos + find.size())) {
+        out.append(s, from, pos - from).append(with);
+        from = pos + find.size();
+    }
+    return out.append(s, from);
 }
 
 int Sign(long long v)
@@ -234,9 +239,17 @@ private:
 
     void Step()
     {
+        // A string that grew past the bounds is reset before it can feed an
+        // edit that multiplies it (find-and-replace by a long string), and
+        // before formatted insertions, which double the capacity each time
+        // a tail follows, make its blocks costly.
+        for (int i = 0; i < kSlots; ++i) {
+            if (slots_[i].size > kMaxContent || slots_[i].capacity > kMaxCapacity)
+                Reset(i);
+        }
         const int slot = static_cast<int>(Pick(in_, kSlots));
         VekString* x = &slots_[slot];
-        if (x->size > kMaxContent || Pick(in_, 12) == 0) {
+        if (Pick(in_, 12) == 0) {
             Reset(slot);
             return;
         }
@@ -501,7 +514,12 @@ bool Session::Edit(VekString* x, const std::string& m, Expected* expected, Keeps
         Record with;
         FillRecord(x, &y);
         FillRecord(x, &with);
-        *expected = ReplaceAll(m, Content(*y.record), Content(*with.record));
+        const std::string find = Content(*y.record);
+        *expected = ReplaceAll(m, find, Content(*with.record));
+        if ((*expected)->size() > kMaxContent * 16) {
+            *expected = m; // too long to be worth building; nothing is called
+            return true;
+        }
         return VekStringFindAndReplace(x, y.record, with.record) != nullptr;
     }
     case 26: {
