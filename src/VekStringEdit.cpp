@@ -275,6 +275,8 @@ static VekString* StringDoReplace(VekString* x, VekSizeT pos, VekSizeT len1, con
     const VekSizeT capacity = StringGrownCapacity(x, new_size);
     if (StringStartsInContent(x, s)) {
         const VekSizeT operand_offset = static_cast<VekSizeT>(s - x->buf);
+        // The operand goes to the span's position: offset and pos are not swapped.
+        // NOLINTNEXTLINE(readability-suspicious-call-argument)
         if (!StringDoReallocate3(x, capacity, 0, pos, 0, pos + len1, tail_length, pos + len2,
                                  operand_offset, len2, pos))
             return nullptr;

@@ -37,7 +37,7 @@
 [[noreturn]] static inline void StringCheckFailed(const char* function, const char* kind,
                                                   const char* what)
 {
-    std::fprintf(stderr, "%s: %s%s\n", function, kind, what);
+    static_cast<void>(std::fprintf(stderr, "%s: %s%s\n", function, kind, what));
     std::abort();
 }
 

@@ -106,6 +106,9 @@ VekString* VekStringConstructWithExternalBuffer(VekString* x, char* buffer, VekS
     x->buf = buffer;
     x->capacity = capacity - 1;
     x->size = VekMinimum__VekSizeT(capacity - 1, length);
+    // A terminator already in place is not written again: the caller's block
+    // may be one whose pages should stay untouched until really written.
+    // cppcheck-suppress duplicateConditionalAssign
     if (buffer[x->size] != '\0')
         buffer[x->size] = '\0';
     return x;
