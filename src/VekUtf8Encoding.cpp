@@ -260,111 +260,8 @@ struct Utf16Output {
     }
 };
 
-// ----------------------------------------------------------- plain ASCII path
-
-// AsciiBlock checks a whole block before converting any of it, so a block
-// holding the terminator or a non-ASCII unit is left to the caller.
-template <bool kStore, class In, class Out>
-VEK_UTF8_NO_SANITIZE_ADDRESS inline bool AsciiBlock(const In* p, Out* out)
-{
-    bool ascii = true;
-    for (VekSizeT k = 0; k < kBlockUnits; ++k)
-        ascii &= IsAsciiUnit(p[k]);
-    if (kStore && ascii) {
-        for (VekSizeT k = 0; k < kBlockUnits; ++k)
-            out[k] = static_cast<Out>(p[k]);
-    }
-    return ascii;
-}
-
-// TakeAsciiBlocks moves p and len over the whole ASCII blocks at p, while p
-// is block-aligned and room - len holds a block, converting them to
-// out + len when kStore. A block that does not pass is left to the caller,
-// which goes on character by character until p is aligned again.
-template <bool kStore, class In, class Out>
-inline void TakeAsciiBlocks(const In*& p, Out* out, VekSizeT room, VekSizeT& len)
-{
-    if (!IsBlockAligned(p))
-        return;
-    while (room - len >= kBlockUnits && AsciiBlock<kStore>(p, kStore ? out + len : out)) {
-        p += kBlockUnits;
-        len += kBlockUnits;
-    }
-}
-
-// PutCharacter puts cp at out + *len when it fits in room units, or without
-// kStore only counts it; false when it does not fit.
-template <bool kStore, class Output>
-inline bool PutCharacter(typename Output::Unit* out, VekSizeT room, VekSizeT* len, uint32_t cp)
-{
-    if constexpr (kStore) {
-        if (room - *len >= Output::kSlack) {
-            *len += Output::PutWithSlack(out + *len, cp);
-            return true;
-        }
-        const unsigned units = Output::Length(cp);
-        if (units > room - *len)
-            return false;
-        Output::Put(out + *len, cp, units);
-        *len += units;
-        return true;
-    } else {
-        *len += Output::Length(cp);
-        return true;
-    }
-}
-
-// TakeCharacters converts whole characters from p while they fit in room
-// units, or without kStore only counts them (out is then not used), and
-// reports how it stopped. With resume it also stops, with Stop::kResume,
-// when an ASCII unit follows a character, for the vector windows to take
-// over again. It works on local copies of p and the length: the output
-// stores, char-typed for UTF-8, would otherwise force both back to memory
-// after every byte.
-template <bool kStore, bool kAsciiBlocks, class Output, class In>
-Stop TakeCharacters(const In*& input, typename Output::Unit* out, VekSizeT room, VekSizeT& length,
-                    bool resume)
-{
-    const In* p = input;
-    VekSizeT len = length;
-    Stop stop = Stop::kEnd;
-    for (;;) {
-        if (kAsciiBlocks)
-            TakeAsciiBlocks<kStore>(p, out, room, len);
-        if (*p == 0)
-            break;
-        const In* next = p;
-        uint32_t cp = 0;
-        if (!ReadCodePoint(next, &cp)) {
-            stop = Stop::kRefused;
-            break;
-        }
-        if (!PutCharacter<kStore, Output>(out, room, &len, cp)) {
-            stop = Stop::kFull;
-            break;
-        }
-        p = next;
-        if (resume && IsAsciiUnit(*p)) {
-            stop = Stop::kResume;
-            break;
-        }
-    }
-    input = p;
-    length = len;
-    return stop;
-}
-
-// ------------------------------------------------------------ the SSE2 path
+// ---------------------------------------------------------------- registers
 #if VEK_UTF8_HAVE_SSE2
-
-// Windows take 16 units. Behind each character that is not ASCII a window
-// loads 16 units again, and a character may end up to 3 units past the
-// window, so the input must be known to go on for 32 units. Into UTF-8 a
-// window writes at most 4 bytes for each of its units and one store of 16
-// more; out of UTF-8 at most 17 units and one store of 16 more.
-constexpr VekSizeT kWindowUnits = 16;
-constexpr VekSizeT kWindowReach = 32;
-template <class Out> constexpr VekSizeT kWindowRoom = sizeof(Out) == 1 ? 80 : 33;
 
 constexpr uintptr_t kRegisterBytes = 16;
 
@@ -422,6 +319,176 @@ template <class In> inline __m128i ZeroUnits(__m128i v)
     else
         return _mm_cmpeq_epi32(v, _mm_setzero_si128());
 }
+
+using Load = __m128i (*)(const void*);
+
+// Narrowed packs 16 wide units into bytes with saturation, which keeps
+// every ASCII unit and makes every other a byte outside 1..0x7F: 0, or 0x80
+// and above (packs_epi32 keeps 0..0x7FFF, sends larger values to 0x7FFF and
+// values with the top bit set to negatives, which packus_epi16 sends to 0).
+template <Load kLoad> inline __m128i Narrowed(const VekUint16* p)
+{
+    return _mm_packus_epi16(kLoad(p), kLoad(p + 8));
+}
+
+template <Load kLoad> inline __m128i Narrowed(const VekWideChar* p)
+{
+    return _mm_packus_epi16(_mm_packs_epi32(kLoad(p), kLoad(p + 4)),
+                            _mm_packs_epi32(kLoad(p + 8), kLoad(p + 12)));
+}
+
+// OtherBytes marks the bytes outside 1..0x7F, one bit each.
+inline unsigned OtherBytes(__m128i bytes)
+{
+    return Bits(_mm_or_si128(bytes, _mm_cmpeq_epi8(bytes, _mm_setzero_si128())));
+}
+
+inline void StoreWidened(VekUint16* out, __m128i bytes)
+{
+    StoreUnaligned(out, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+    StoreUnaligned(out + 8, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
+}
+
+#endif // VEK_UTF8_HAVE_SSE2
+
+// ----------------------------------------------------------------- ASCII path
+
+// PortableAsciiBlock checks a whole block before converting any of it, so a
+// block holding the terminator or a non-ASCII unit is left to the caller.
+template <bool kStore, class In, class Out>
+VEK_UTF8_NO_SANITIZE_ADDRESS inline bool PortableAsciiBlock(const In* p, Out* out)
+{
+    bool ascii = true;
+    for (VekSizeT k = 0; k < kBlockUnits; ++k)
+        ascii &= IsAsciiUnit(p[k]);
+    if (kStore && ascii) {
+        for (VekSizeT k = 0; k < kBlockUnits; ++k)
+            out[k] = static_cast<Out>(p[k]);
+    }
+    return ascii;
+}
+
+#if VEK_UTF8_HAVE_SSE2
+// The narrowed units hold a byte outside 1..0x7F for the terminator and for
+// every unit that is not ASCII, so one test covers both.
+template <bool kStore, class In> inline bool SimdAsciiBlock(const In* p, char* out)
+{
+    const __m128i bytes = Narrowed<LoadAligned>(p);
+    if (OtherBytes(bytes) != 0)
+        return false;
+    if (kStore)
+        StoreUnaligned(out, bytes);
+    return true;
+}
+
+template <bool kStore> inline bool SimdAsciiBlock(const unsigned char* p, VekUint16* out)
+{
+    const __m128i bytes = LoadAligned(p);
+    if (OtherBytes(bytes) != 0)
+        return false;
+    if (kStore)
+        StoreWidened(out, bytes);
+    return true;
+}
+#endif
+
+template <bool kSimd, bool kStore, class In, class Out>
+inline bool AsciiBlock(const In* p, Out* out)
+{
+#if VEK_UTF8_HAVE_SSE2
+    if (kSimd)
+        return SimdAsciiBlock<kStore>(p, out);
+#endif
+    return PortableAsciiBlock<kStore>(p, out);
+}
+
+// TakeAsciiBlocks moves p and len over the whole ASCII blocks at p, while p
+// is block-aligned and room - len holds a block, converting them to
+// out + len when kStore. A block that does not pass is left to the caller.
+template <bool kSimd, bool kStore, class In, class Out>
+inline void TakeAsciiBlocks(const In*& p, Out* out, VekSizeT room, VekSizeT& len)
+{
+    if (!IsBlockAligned(p))
+        return;
+    while (room - len >= kBlockUnits && AsciiBlock<kSimd, kStore>(p, kStore ? out + len : out)) {
+        p += kBlockUnits;
+        len += kBlockUnits;
+    }
+}
+
+// PutCharacter puts cp at out + *len when it fits in room units, or without
+// kStore only counts it; false when it does not fit.
+template <bool kStore, class Output>
+inline bool PutCharacter(typename Output::Unit* out, VekSizeT room, VekSizeT* len, uint32_t cp)
+{
+    if constexpr (kStore) {
+        if (room - *len >= Output::kSlack) {
+            *len += Output::PutWithSlack(out + *len, cp);
+            return true;
+        }
+        const unsigned units = Output::Length(cp);
+        if (units > room - *len)
+            return false;
+        Output::Put(out + *len, cp, units);
+        *len += units;
+        return true;
+    } else {
+        *len += Output::Length(cp);
+        return true;
+    }
+}
+
+// TakeCharacters converts whole characters from p while they fit in room
+// units, or without kStore only counts them (out is then not used), and
+// reports how it stopped. With resume it also stops, with Stop::kResume,
+// when an ASCII unit follows a character, for the vector windows to take
+// over again. It works on local copies of p and the length: the output
+// stores, char-typed for UTF-8, would otherwise force both back to memory
+// after every byte.
+template <bool kStore, bool kAsciiBlocks, class Output, class In>
+Stop TakeCharacters(const In*& input, typename Output::Unit* out, VekSizeT room, VekSizeT& length,
+                    bool resume)
+{
+    const In* p = input;
+    VekSizeT len = length;
+    Stop stop = Stop::kEnd;
+    for (;;) {
+        if (kAsciiBlocks)
+            TakeAsciiBlocks<false, kStore>(p, out, room, len);
+        if (*p == 0)
+            break;
+        const In* next = p;
+        uint32_t cp = 0;
+        if (!ReadCodePoint(next, &cp)) {
+            stop = Stop::kRefused;
+            break;
+        }
+        if (!PutCharacter<kStore, Output>(out, room, &len, cp)) {
+            stop = Stop::kFull;
+            break;
+        }
+        p = next;
+        if (resume && IsAsciiUnit(*p)) {
+            stop = Stop::kResume;
+            break;
+        }
+    }
+    input = p;
+    length = len;
+    return stop;
+}
+
+// ------------------------------------------------------------ the SSE2 path
+#if VEK_UTF8_HAVE_SSE2
+
+// Windows take 16 units. Behind each character that is not ASCII a window
+// loads 16 units again, and a character may end up to 3 units past the
+// window, so the input must be known to go on for 32 units. Into UTF-8 a
+// window writes at most 4 bytes for each of its units and one store of 16
+// more; out of UTF-8 at most 17 units and one store of 16 more.
+constexpr VekSizeT kWindowUnits = 16;
+constexpr VekSizeT kWindowReach = 32;
+template <class Out> constexpr VekSizeT kWindowRoom = sizeof(Out) == 1 ? 80 : 33;
 
 // BlockHasZero tells whether the aligned block of 16 units at p holds the
 // terminator.
@@ -545,29 +612,10 @@ inline unsigned TakeCharacter(const unsigned char* at, VekUint16* out, VekSizeT*
 
 // ------------------------------------------------------------------ windows
 
-// Narrowed packs 16 wide units into bytes with saturation, which keeps
-// every ASCII unit and makes every other a byte outside 1..0x7F.
-inline __m128i Narrowed(const VekUint16* p)
-{
-    return _mm_packus_epi16(LoadUnaligned(p), LoadUnaligned(p + 8));
-}
-
-inline __m128i Narrowed(const VekWideChar* p)
-{
-    return _mm_packus_epi16(_mm_packs_epi32(LoadUnaligned(p), LoadUnaligned(p + 4)),
-                            _mm_packs_epi32(LoadUnaligned(p + 8), LoadUnaligned(p + 12)));
-}
-
-inline void StoreWidened(VekUint16* out, __m128i bytes)
-{
-    StoreUnaligned(out, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
-    StoreUnaligned(out + 8, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
-}
-
 // StoreAsAscii stores the 16 units at p as if they were all ASCII.
 template <class In> inline void StoreAsAscii(char* out, const In* p)
 {
-    StoreUnaligned(out, Narrowed(p));
+    StoreUnaligned(out, Narrowed<LoadUnaligned>(p));
 }
 
 inline void StoreAsAscii(VekUint16* out, const unsigned char* p)
@@ -733,6 +781,17 @@ inline bool TakeEncoded(const VekWideChar*& p, char* out, VekSizeT& len)
     return true;
 }
 
+// TakeAsciiWindow takes a window that was all ASCII only up to the next
+// block boundary, from where aligned blocks go faster.
+template <class In> inline bool TakeAsciiWindow(const In*& p, VekSizeT& len)
+{
+    const auto misaligned = (reinterpret_cast<uintptr_t>(p) / sizeof(In)) % kBlockUnits;
+    const VekSizeT units = kWindowUnits - static_cast<VekSizeT>(misaligned);
+    p += units;
+    len += units;
+    return true;
+}
+
 // HasRun tells whether three units in a row are marked: no surrogate pair
 // and no text with ASCII between its other characters has that.
 inline bool HasRun(unsigned others)
@@ -749,14 +808,11 @@ inline bool HasRun(unsigned others)
 template <bool kStore, class In> inline bool TakeWindow(const In*& p, char* out, VekSizeT& len)
 {
     static_assert(kStore, "measuring into UTF-8 counts whole blocks instead");
-    const __m128i bytes = Narrowed(p);
+    const __m128i bytes = Narrowed<LoadUnaligned>(p);
     StoreUnaligned(out + len, bytes);
-    const unsigned others = Bits(_mm_or_si128(bytes, _mm_cmpeq_epi8(bytes, _mm_setzero_si128())));
-    if (others == 0) {
-        p += kWindowUnits;
-        len += kWindowUnits;
-        return true;
-    }
+    const unsigned others = OtherBytes(bytes);
+    if (others == 0)
+        return TakeAsciiWindow(p, len);
     if (HasRun(others))
         return TakeEncoded(p, out, len) && TakeEncoded(p, out, len);
     return TakeSparse<kStore>(p, others, out, len);
@@ -771,27 +827,24 @@ inline bool TakeWindow(const unsigned char*& p, VekUint16* out, VekSizeT& len)
     if (kStore)
         StoreWidened(out + len, bytes);
     const unsigned others = Bits(bytes);
-    if (others == 0) {
-        p += kWindowUnits;
-        len += kWindowUnits;
-        return true;
-    }
+    if (others == 0)
+        return TakeAsciiWindow(p, len);
     return TakeSparse<kStore>(p, others, out, len);
 }
 
-// TakeWindows moves p and len over windows while the input is known to go
-// on and room - len holds a window's output. It is true when it stopped at a
-// window it declined, false when the terminator is near or the room short.
-// reach, nullptr at first, is carried from one call to the next.
+// TakeWindows moves p and len over aligned ASCII blocks and windows while
+// the input is known to go on and room - len holds a window's output. It is
+// true when it stopped at a window it declined, false when the terminator is
+// near or the room short. reach, nullptr at first, is carried from one call
+// to the next.
 template <bool kStore, class In, class Out>
 bool TakeWindows(const In*& p, Out* out, VekSizeT room, VekSizeT& len, const In*& reach)
 {
-    if (reach == nullptr || reach < p)
-        reach = StartReach(p);
-    if (reach == nullptr)
-        return false;
     for (;;) {
-        if (room - len < kWindowRoom<Out> || !Reaches(reach, p, kWindowReach))
+        TakeAsciiBlocks<true, kStore>(p, out, room, len);
+        if (reach == nullptr || reach < p)
+            reach = StartReach(p);
+        if (reach == nullptr || room - len < kWindowRoom<Out> || !Reaches(reach, p, kWindowReach))
             return false;
         if (!TakeWindow<kStore>(p, out, len))
             return true;
@@ -857,10 +910,9 @@ inline bool PairsHold(__m128i a, __m128i b, bool* awaiting_low)
     return held;
 }
 
-// Block counts are added up in the bytes of a register, for as many blocks
-// as a byte can take: each adds at most 2 to it for UTF-16, 3 for UCS-4.
+// Block counts of UTF-16 are added up in the bytes of a register, for as
+// many blocks as a byte can take: each adds at most 2 to it.
 constexpr unsigned kBlocksPerSum16 = 255 / 2;
-constexpr unsigned kBlocksPerSum32 = 255 / 3;
 
 // CountBlocks16 moves p over up to kBlocksPerSum16 aligned blocks of UTF-16
 // that hold no terminator, adding their UTF-8 bytes to *n: one a unit, one
@@ -915,40 +967,66 @@ bool MeasureFast(const VekUint16* p, VekSizeT* len)
     return !awaiting_low;
 }
 
-// Narrowed32 packs four registers of UCS-4 units, shifted right by kShift,
-// into bytes with saturation.
-template <int kShift> inline __m128i Narrowed32(const __m128i* v)
+// Sum16 adds up the signed 16-bit lanes of a register.
+inline int64_t Sum16(__m128i v)
 {
-    return _mm_packus_epi16(
-        _mm_packs_epi32(_mm_srli_epi32(v[0], kShift), _mm_srli_epi32(v[1], kShift)),
-        _mm_packs_epi32(_mm_srli_epi32(v[2], kShift), _mm_srli_epi32(v[3], kShift)));
+    v = _mm_madd_epi16(v, Set16(1));
+    v = _mm_add_epi32(v, _mm_shuffle_epi32(v, _MM_SHUFFLE(1, 0, 3, 2)));
+    v = _mm_add_epi32(v, _mm_shuffle_epi32(v, _MM_SHUFFLE(2, 3, 0, 1)));
+    return _mm_cvtsi128_si32(v);
 }
 
-// CountBlocks32 is CountBlocks16 for UCS-4: one byte a unit, one more from
-// U+0080, from U+0800 and from U+10000. Shifted right by 11 a surrogate is
-// 0x1B and no other unit is; shifted right by 16 a value beyond U+10FFFF is
-// above 0x10. It is false when a unit is not a Unicode scalar value.
+// Shifted6 narrows two registers of UCS-4 units to 16-bit lanes of u >> 6,
+// with signed saturation: exact up to U+1FFFFF.
+inline __m128i Shifted6(__m128i a, __m128i b)
+{
+    return _mm_packs_epi32(_mm_srli_epi32(a, 6), _mm_srli_epi32(b, 6));
+}
+
+// Invalid32 marks the lanes of Shifted6 that are no scalar value: a
+// surrogate is 0x360 to 0x37F (0x1B shifted right by 5 more), a value beyond
+// U+10FFFF above 0x43FF.
+inline __m128i Invalid32(__m128i shifted)
+{
+    return _mm_or_si128(_mm_cmpgt_epi16(shifted, Set16(0x43FF)),
+                        _mm_cmpeq_epi16(_mm_srli_epi16(shifted, 5), Set16(0x1B)));
+}
+
+// Longer32 adds the lanes of Shifted6 from U+0080 (2), U+0800 (0x20) and
+// U+10000 (0x400) on as -1 each.
+inline __m128i Longer32(__m128i shifted)
+{
+    return _mm_add_epi16(
+        _mm_add_epi16(_mm_cmpgt_epi16(shifted, Set16(1)), _mm_cmpgt_epi16(shifted, Set16(0x1F))),
+        _mm_cmpgt_epi16(shifted, Set16(0x3FF)));
+}
+
+// CountBlocks32 is CountBlocks16 for UCS-4, with its counts in 16-bit lanes,
+// to which a block adds at most 6: one byte a unit, one more from U+0080,
+// U+0800 and U+10000 each; a block of ASCII needs no counting. It is false
+// when a unit is no scalar value.
 VEK_UTF8_NO_SANITIZE_ADDRESS bool CountBlocks32(const VekWideChar*& p, VekSizeT* n, bool* done)
 {
-    const __m128i one = _mm_set1_epi8(1), surrogate_shifted = _mm_set1_epi8(0x1B);
-    const __m128i last_plane = _mm_set1_epi8(0x10);
+    constexpr unsigned kBlocksPerSum = 32767 / 6;
     __m128i sum = _mm_setzero_si128();
     unsigned blocks = 0;
-    for (; blocks < kBlocksPerSum32 && !BlockHasZero(p); ++blocks, p += kBlockUnits) {
-        const __m128i units[4] = {LoadAligned(p), LoadAligned(p + 4), LoadAligned(p + 8),
-                                  LoadAligned(p + 12)};
-        const __m128i from_800 = Narrowed32<11>(units), plane = Narrowed32<16>(units);
-        const __m128i surrogate = _mm_cmpeq_epi8(from_800, surrogate_shifted);
-        const __m128i in_range = _mm_cmpeq_epi8(_mm_max_epu8(plane, last_plane), last_plane);
-        if (Bits(_mm_andnot_si128(surrogate, in_range)) != 0xFFFF)
+    for (; blocks < kBlocksPerSum; ++blocks, p += kBlockUnits) {
+        const __m128i a = LoadAligned(p), b = LoadAligned(p + 4);
+        const __m128i c = LoadAligned(p + 8), d = LoadAligned(p + 12);
+        // Narrowed, the terminator and values from 0x80000000 on are 0, the
+        // latter no scalar values: the units from here on go singly.
+        const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+        if (Bits(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())) != 0)
+            break;
+        if (Bits(bytes) == 0)
+            continue;
+        const __m128i low = Shifted6(a, b), high = Shifted6(c, d);
+        if (Bits(_mm_or_si128(Invalid32(low), Invalid32(high))) != 0)
             return false;
-        const __m128i extra =
-            _mm_add_epi8(_mm_min_epu8(Narrowed32<7>(units), one),
-                         _mm_add_epi8(_mm_min_epu8(from_800, one), _mm_min_epu8(plane, one)));
-        sum = _mm_add_epi8(sum, extra);
+        sum = _mm_add_epi16(sum, _mm_add_epi16(Longer32(low), Longer32(high)));
     }
-    *n += kBlockUnits * blocks + SumBytes(sum);
-    *done = blocks < kBlocksPerSum32;
+    *n += kBlockUnits * blocks + static_cast<VekSizeT>(-Sum16(sum));
+    *done = blocks < kBlocksPerSum;
     return true;
 }
 
