@@ -1,11 +1,14 @@
 // FormatFuzzer.cpp - formats built from the input out of the conversions that
-// are defined for every argument value: %d and %s with flags, widths and
+// are defined for every argument value: %d, %i, %u, %x and %X on int and,
+// with ll, on long long, %c and %s, with and without flags, widths and
 // precisions (written in the format or passed as * arguments), %% and plain
-// text, with the strings and numbers taken from the input. Each format runs
-// through formatted construction, assignment, appending, insertion and
-// replacement on a string in some buffer state (empty, owned with or without
-// room, a read-only view), under an allocator that may refuse, and the result
-// is held against snprintf's output spliced into a std::string.
+// text, with the strings and numbers taken from the input. Conversions with
+// no flag, width or precision, which the formatter formats itself, are half
+// of them. Each format runs through formatted construction, assignment,
+// appending, insertion and replacement on a string in some buffer state
+// (empty, owned with or without room, a read-only view), under an allocator
+// that may refuse, and the result is held against snprintf's output spliced
+// into a std::string.
 //
 // A failed construction must leave an empty string naming its allocator; a
 // failed edit must keep the fields and the bytes before its span, and keep
@@ -32,8 +35,8 @@ constexpr std::size_t kMaxArgs = 6;
 constexpr VekSizeT kNpos = VekStringNpos;
 
 struct Arg {
-    bool is_string;
-    int number;
+    enum Kind { kInt, kLongLong, kString } kind;
+    long long number;
     const char* text;
 };
 
@@ -55,54 +58,78 @@ void Call(const std::vector<Arg>& args, const F& f, Packed... packed)
     } else {
         if (Depth == args.size())
             f(packed..., 0);
-        else if (args[Depth].is_string)
+        else if (args[Depth].kind == Arg::kString)
             Call<Depth + 1>(args, f, packed..., args[Depth].text);
-        else
+        else if (args[Depth].kind == Arg::kLongLong)
             Call<Depth + 1>(args, f, packed..., args[Depth].number);
+        else
+            Call<Depth + 1>(args, f, packed..., static_cast<int>(args[Depth].number));
     }
 }
 
 void AddNumber(Format* format, int number)
 {
-    format->args.push_back({false, number, nullptr});
+    format->args.push_back({Arg::kInt, number, nullptr});
 }
 
-// Conversion appends one %d or %s conversion and its arguments.
+// What a conversion reads, and the flags that are defined for it.
+struct Conversion {
+    const char* letters;
+    const char* flags;
+    bool takes_precision;
+};
+
+const Conversion kConversions[] = {
+    {"di", "-+ 0", true}, {"uxX", "-0", true}, {"c", "-", false}, {"s", "-", true}};
+
+// AddConversion appends one conversion and its arguments: half of them
+// plain, the others with flags, a width or a precision drawn from the input.
 void AddConversion(FuzzedDataProvider& in, Format* format)
 {
-    const bool is_string = Pick(in, 2) == 0;
+    const Conversion& conversion = kConversions[Pick(in, std::size(kConversions))];
+    const std::string_view letters = conversion.letters;
+    const bool is_string = letters == "s";
+    const bool wide = !is_string && letters != "c" && Pick(in, 3) == 0;
     std::string spec = "%";
-    for (const char flag : std::string_view(is_string ? "-" : "-+ 0")) {
-        if (Pick(in, 4) == 0)
-            spec += flag;
+    if (Pick(in, 2) == 0) {
+        for (const char flag : std::string_view(conversion.flags)) {
+            if (Pick(in, 4) == 0)
+                spec += flag;
+        }
+        switch (Pick(in, 3)) {
+        case 1:
+            spec += std::to_string(Pick(in, 120));
+            break;
+        case 2:
+            spec += '*';
+            AddNumber(format, static_cast<int>(Pick(in, 241)) - 120);
+            break;
+        }
+        switch (conversion.takes_precision ? Pick(in, 3) : 0) {
+        case 1:
+            spec += "." + std::to_string(Pick(in, 120));
+            break;
+        case 2:
+            spec += ".*";
+            AddNumber(format, static_cast<int>(Pick(in, 130)) - 5);
+            break;
+        }
     }
-    switch (Pick(in, 3)) {
-    case 1:
-        spec += std::to_string(Pick(in, 120));
-        break;
-    case 2:
-        spec += '*';
-        AddNumber(format, static_cast<int>(Pick(in, 241)) - 120);
-        break;
-    }
-    switch (Pick(in, 3)) {
-    case 1:
-        spec += "." + std::to_string(Pick(in, 120));
-        break;
-    case 2:
-        spec += ".*";
-        AddNumber(format, static_cast<int>(Pick(in, 130)) - 5);
-        break;
-    }
-    if (is_string) {
-        spec += 's';
-        format->strings.push_back(std::make_unique<std::string>(vekfuzz::Text(in, 64, true)));
-        format->args.push_back({true, 0, format->strings.back()->c_str()});
-    } else {
-        spec += 'd';
-        AddNumber(format, in.ConsumeIntegral<int>());
-    }
+    if (wide)
+        spec += "ll";
+    spec += letters[Pick(in, letters.size())];
     format->text += spec;
+    if (is_string) {
+        format->strings.push_back(std::make_unique<std::string>(vekfuzz::Text(in, 64, true)));
+        format->args.push_back({Arg::kString, 0, format->strings.back()->c_str()});
+        return;
+    }
+    // An unsigned conversion reads its signed argument as unsigned, which C
+    // defines for the values both types hold.
+    const bool is_unsigned = letters == "uxX";
+    const long long number = wide ? in.ConsumeIntegral<long long>() : in.ConsumeIntegral<int>();
+    format->args.push_back({wide ? Arg::kLongLong : Arg::kInt,
+                            is_unsigned && number < 0 ? -(number + 1) : number, nullptr});
 }
 
 Format Build(FuzzedDataProvider& in)

@@ -875,13 +875,6 @@ inline VekSizeT SumBytes(__m128i v)
     return low + static_cast<VekSizeT>(_mm_extract_epi16(sums, 4));
 }
 
-// How many blocks a register of byte counts takes before it is added up,
-// when each block adds at most per_block to a byte.
-constexpr unsigned BlocksPerSum(unsigned per_block)
-{
-    return 255 / per_block;
-}
-
 // CountUnit adds the UTF-8 bytes of one UTF-16 unit: 1 to 3 for a BMP
 // character, 2 for each half of a surrogate pair. It is false when the unit
 // breaks a pair: a low half with no high one before it, or anything but a

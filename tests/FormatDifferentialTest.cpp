@@ -24,10 +24,28 @@ using vektest::RecordingAllocator;
 
 enum Op { kConstruct, kAssign, kAppend, kInsert, kReplace };
 
-// Each format takes a prefix of the arguments (int, const char*, int, const
-// wchar_t*); the last argument is a lone surrogate, which no locale encodes.
-const char* const kFormats[] = {"", "%%", "%d", "%d%%", "%.*s", "%*s", "%-*s.", "%.*s:%d"};
-const char* const kUnencodableFormat = "%.*s%d%ls";
+// Each format takes a prefix of the arguments (int, const char*, int,
+// unsigned, long, size_t, long long, unsigned long long, const wchar_t*),
+// each in a conversion made for its type; the last argument is a lone
+// surrogate, which no locale encodes. Conversions with no flag, width or
+// precision are the ones the formatter formats itself, the others the C
+// library formats.
+const char* const kFormats[] = {"",
+                                "%%",
+                                "%d",
+                                "%d%%",
+                                "%.*s",
+                                "%*s",
+                                "%-*s.",
+                                "%.*s:%d",
+                                "%d:%s;",
+                                "%i%%%s%c",
+                                "%d<%s>%i%x",
+                                "%d%s%d%X%li%zu",
+                                "%i %s %c %u %ld %zx %lld %llx",
+                                "%d%s%i%x%ld%zX%lli%llu",
+                                "%d%s%02d%-4u"};
+const char* const kUnencodableFormat = "%.*s%d%u%ld%zu%lld%llu%ls";
 const wchar_t kUnencodable[] = {static_cast<wchar_t>(0xD800), 0};
 
 // EditV runs op through the va_list forms, and stores in *out what vsnprintf
@@ -93,8 +111,11 @@ TEST(FormatDifferential, MatchesVsnprintfIntoStdString)
             if (refuse)
                 alloc.RefuseNth(1);
             alloc.ClearEvents();
-            VekString* r = EditV(&s, alloc, op, pos, n, &out, fmt, static_cast<int>(below(302)) - 1,
-                                 text().c_str(), static_cast<int>(rng()), kUnencodable);
+            VekString* r = EditV(
+                &s, alloc, op, pos, n, &out, fmt, static_cast<int>(below(302)) - 1, text().c_str(),
+                static_cast<int>(rng()), static_cast<unsigned>(rng()), static_cast<long>(rng()),
+                static_cast<std::size_t>(rng() >> below(64)), static_cast<long long>(rng()),
+                static_cast<unsigned long long>(rng() >> below(64)), kUnencodable);
             alloc.AllowAll();
             alloc.SetMaxSize(no_limit);
 

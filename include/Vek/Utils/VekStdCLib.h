@@ -21,6 +21,11 @@ VEK_EXTERN_C_BEGIN
  * NUL; a longer one is cut to size - 1 bytes and a NUL. The same format and
  * arguments always give the same output and length. args is consumed.
  *
+ * Speed: text, %% and the plain conversions %c, %s, %d, %i, %u, %x and %X
+ * (no flag, width or precision; l, ll or z on the integers) are formatted
+ * directly, several times faster than vsnprintf; a format with anything else
+ * goes to vsnprintf whole.
+ *
  * Failure: when the C library cannot produce the output (a %ls argument the
  * current locale cannot encode, an output whose length does not fit an int,
  * a malformed format it rejects), the result is the largest VekSizeT (the value
