@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <random>
 #include <string>
@@ -180,8 +181,9 @@ Converted<VekUint16> IcuDecode(const Utf8& in)
     });
 }
 
-// Random text has characters of every UTF-8 length and ASCII runs long enough
-// for whole blocks; then one defect anywhere must refuse all of it.
+// Random text has characters of every UTF-8 length, alone and in runs, and
+// ASCII runs long enough for whole blocks; then one defect anywhere must
+// refuse all of it.
 TEST(Utf8CodecOracle, RandomTextAgreesWithIcu)
 {
     std::mt19937 rng(20240611);
@@ -195,14 +197,19 @@ TEST(Utf8CodecOracle, RandomTextAgreesWithIcu)
     static const VekWideChar kLast[] = {0x7F, 0x7FF, 0xD7FF, 0xFFFF, 0x10FFFF};
     for (int round = 0; round < 3000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
+        auto character = [&](std::size_t cls) {
+            return std::uniform_int_distribution<VekWideChar>(kFirst[cls], kLast[cls])(rng);
+        };
         Ucs4 ucs4;
         for (std::size_t n = below(12); n > 0; --n) {
-            const std::size_t cls = below(6);
+            const std::size_t cls = below(7);
             if (cls == 5)
                 ucs4.insert(ucs4.end(), below(50), static_cast<VekWideChar>(0x20 + below(0x5F)));
+            else if (cls == 6)
+                std::generate_n(std::back_inserter(ucs4), below(40),
+                                [&] { return character(1 + below(4)); });
             else
-                ucs4.push_back(
-                    std::uniform_int_distribution<VekWideChar>(kFirst[cls], kLast[cls])(rng));
+                ucs4.push_back(character(cls));
         }
         Utf16 utf16 = *IcuFromUcs4(ucs4);
         Utf8 utf8 = *IcuEncode(ucs4);

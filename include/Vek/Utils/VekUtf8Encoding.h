@@ -43,7 +43,10 @@
  *    replacement character: one bad sequence refuses the whole input.
  *
  * Speed: one pass over the input when the result fits, and a second, measuring
- * one over the rest when it does not; ASCII text goes 16 units per step.
+ * one over the rest when it does not. ASCII text goes 16 units per step; with
+ * SSE2, so does other text, in windows that put each non-ASCII character in
+ * place on its own (or encode eight at a time where they come in runs), and
+ * measuring counts whole blocks of UTF-16 and UCS-4 in vector registers.
  * WARNING: for that the codec may read input units behind the terminator, up
  * to the end of the aligned 16-unit block that holds it. Such a block never
  * crosses a page boundary, so this cannot fault, but memory checkers that
