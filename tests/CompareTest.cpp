@@ -111,17 +111,6 @@ TEST(Compare, HashIsTimes33PlusTheSignedByteFromZero)
         const VekString s{nullptr, const_cast<char*>(content.data()), content.size(), 0};
         EXPECT_EQ(VekStringHash(&s), hash) << content;
     }
-    // Every length up to 300, with every byte value, against the definition.
-    std::string all;
-    for (int i = 0; i < 300; ++i)
-        all.push_back(static_cast<char>(i * 7 + 3));
-    for (std::size_t len = 0; len <= all.size(); ++len) {
-        VekSizeT expected = 0;
-        for (std::size_t i = 0; i < len; ++i)
-            expected = expected * 33 + static_cast<VekSizeT>(static_cast<signed char>(all[i]));
-        const VekString s{nullptr, all.data(), len, 0};
-        ASSERT_EQ(VekStringHash(&s), expected) << "length " << len;
-    }
 }
 
 // The kernels take 8, 16 or 32 bytes a step; each must give the definition's

@@ -117,7 +117,8 @@ TEST(Edit, IteratorsPointIntoTheBufferThatHoldsTheContentAfterwards)
     VekStringResize(&s, 10, "-");
     alloc.RefuseAll();
     EXPECT_EQ(VekStringInsert(&s, s.buf, "x"), nullptr);
-    EXPECT_FALSE(VekStringInsertRange(&s, s.buf, "xyz", "xyz" + 3));
+    const char xyz[] = "xyz";
+    EXPECT_FALSE(VekStringInsertRange(&s, s.buf, xyz, xyz + 3));
     EXPECT_EQ(Content(s), "adeade----");
     VekStringDestruct(&s);
     EXPECT_TRUE(alloc.IsClean());
