@@ -7,14 +7,26 @@
 // shared empty byte are searched alike, and none of them can fail.
 //
 // Forward substring search gives the whole remaining haystack to the C
-// library's memmem in one call. Backward search tries each start offset from
-// the last one where the needle fits down to 0 with one memcmp per offset.
-// Set searches compare each examined byte with the set's bytes in order, with
-// no table built from the set; the Char forms compare with the byte directly.
+// library's memmem in one call. Backward search looks at candidate starts
+// from the last one where the needle fits down to 0; a start whose first or
+// last byte differs from the needle's is ruled out without a call, and each
+// survivor is confirmed with one memcmp. Where SSE2 is available (and
+// VEK_PORTABLE is not set) it rules out 16 starts per comparison, otherwise a
+// plain loop takes one start at a time. The block loop only ever loads whole
+// blocks that lie within the content, so nothing outside it is read. Set
+// searches compare each examined byte with the set's bytes in order, with no
+// table built from the set; the Char forms compare with the byte directly.
 //
 // Find-and-replace, the one function here that edits, works on a private copy
 // and swaps it in only when every replacement succeeded.
 #include "VekStringPrivate.h"
+
+#if defined(__SSE2__) && !defined(VEK_PORTABLE)
+#include <emmintrin.h>
+#define VEK_SEARCH_HAVE_SSE2 1
+#else
+#define VEK_SEARCH_HAVE_SSE2 0
+#endif
 
 // StringOffsetOf turns what a C library search returned (a pointer into x's
 // content, or NULL) into a position.
@@ -68,10 +80,81 @@ VekSizeT VekStringFind(const VekString* x, const VekString* y) noexcept
     return VekStringFindFromPosCStrLen(x, 0, y->buf, y->size);
 }
 
+// StringNeedleRestAt confirms a candidate start p whose first and last bytes
+// already equal the needle's: one memcmp of the bytes between them, none for
+// a needle of one or two bytes.
+static inline bool StringNeedleRestAt(const char* p, const char* y, VekSizeT n)
+{
+    return n <= 2 || VekMemCmp(p + 1, y + 1, n - 2) == 0;
+}
+
+// StringRFindEachStart tries the starts r, r - 1, ..., 0 one at a time,
+// comparing the first and last bytes before the rest. It stops at buf
+// itself rather than stepping before it.
+static VekSizeT StringRFindEachStart(const char* buf, VekSizeT r, const char* y, VekSizeT n)
+{
+    const char first = y[0];
+    const char last = y[n - 1];
+    for (const char* p = buf + r;; --p) {
+        if (p[0] == first && p[n - 1] == last && StringNeedleRestAt(p, y, n))
+            return static_cast<VekSizeT>(p - buf);
+        if (p == buf)
+            return VekStringNpos;
+    }
+}
+
+#if VEK_SEARCH_HAVE_SSE2
+// NeedleEnds rules out sixteen candidate starts at once: the sixteen bytes at
+// the starts are compared with the needle's first byte and the sixteen bytes
+// n - 1 further on with its last byte. Bit i of the result survives for the
+// start p + i. Reads [p, p + n + 15), so the caller keeps p + 15 at or before
+// the last start where the needle fits.
+struct NeedleEnds {
+    __m128i first;
+    __m128i last;
+    VekSizeT n;
+
+    NeedleEnds(const char* y, VekSizeT n_)
+        : first(_mm_set1_epi8(y[0])), last(_mm_set1_epi8(y[n_ - 1])), n(n_)
+    {
+    }
+
+    unsigned Survivors(const char* p) const
+    {
+        const __m128i starts = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i ends = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + n - 1));
+        return static_cast<unsigned>(_mm_movemask_epi8(
+            _mm_and_si128(_mm_cmpeq_epi8(starts, first), _mm_cmpeq_epi8(ends, last))));
+    }
+};
+
+// StringRFindBlocks tries the starts r down to 0 sixteen at a time and
+// confirms the survivors from the highest down. The last block, when fewer
+// than sixteen starts remain, is the first sixteen starts with the ones
+// already tried masked off, so no start is confirmed twice. Needs r >= 15.
+static VekSizeT StringRFindBlocks(const char* buf, VekSizeT r, const char* y, VekSizeT n)
+{
+    const NeedleEnds ends(y, n);
+    for (VekSizeT end = r + 1; end != 0;) {
+        const VekSizeT at = end >= 16 ? end - 16 : 0;
+        unsigned survivors = ends.Survivors(buf + at) & ((1u << (end - at)) - 1);
+        while (survivors != 0) {
+            const unsigned highest = 31u - static_cast<unsigned>(__builtin_clz(survivors));
+            if (StringNeedleRestAt(buf + at + highest, y, n))
+                return at + highest;
+            survivors &= ~(1u << highest);
+        }
+        end = at;
+    }
+    return VekStringNpos;
+}
+#endif
+
 // The backward worker. r is the last start offset that is both at most pos
 // and leaves room for the whole needle; a match starting there may extend
 // beyond pos. The needle-too-long test comes first so that size - n cannot
-// wrap. The walk stops at buf itself rather than stepping before it.
+// wrap. A one-byte needle is the last-of search for that byte. Each start is
+// tried at most once, with at most one memcmp, highest first.
 VekSizeT VekStringRFindFromPosCStrLen(const VekString* x, VekSizeT pos, const char* y,
                                       VekSizeT n) noexcept
 {
@@ -80,12 +163,13 @@ VekSizeT VekStringRFindFromPosCStrLen(const VekString* x, VekSizeT pos, const ch
     const VekSizeT r = VekMinimum__VekSizeT(pos, x->size - n);
     if (n == 0)
         return r;
-    for (const char* p = x->buf + r;; --p) {
-        if (VekMemCmp(p, y, n) == 0)
-            return static_cast<VekSizeT>(p - x->buf);
-        if (p == x->buf)
-            return VekStringNpos;
-    }
+    if (n == 1)
+        return VekStringFindLastOfChar(x, r, y[0]);
+#if VEK_SEARCH_HAVE_SSE2
+    if (r >= 15)
+        return StringRFindBlocks(x->buf, r, y, n);
+#endif
+    return StringRFindEachStart(x->buf, r, y, n);
 }
 
 VekSizeT VekStringRFindFromPosCStr(const VekString* x, VekSizeT pos, const char* y) noexcept

@@ -1,11 +1,11 @@
 // What "searches like std::string" means: on random content over a small
-// alphabet (so that matches are frequent, NUL included), every search form
-// gives std::string's answer at every position, the end, beyond it and
-// VekStringNpos included; and find-and-replace gives a reference replace-all
-// or, when an allocation is refused, leaves the string exactly as it was.
-// Strings and operands sit in read-only pages that end where their bytes end,
-// so writing through them or reading one byte too far crashes. Set
-// VEK_TEST_SEED to replay a failure.
+// alphabet (so that matches are frequent, NUL included), short and long, and
+// on long runs of one byte each, every search form gives std::string's answer
+// at every position, the end, beyond it and VekStringNpos included; and
+// find-and-replace gives a reference replace-all or, when an allocation is
+// refused, leaves the string exactly as it was. Strings and operands sit in
+// read-only pages that end where their bytes end, so writing through them or
+// reading one byte too far crashes. Set VEK_TEST_SEED to replay a failure.
 #include "VekTestSupport.h"
 
 #include <cstdlib>
@@ -38,6 +38,16 @@ struct Random {
         std::string s(Below(max_len + 1), 'a');
         for (char& b : s)
             b = kAlphabet[Below(Below(2) == 0 ? 2 : sizeof kAlphabet)];
+        return s;
+    }
+    // Runs of one byte each, up to max_len bytes in all: long stretches that a
+    // set search or a repeated needle has to cross.
+    std::string Runs(std::size_t max_len)
+    {
+        static constexpr char kAlphabet[] = {'a', 'b', '\0'};
+        std::string s;
+        for (std::size_t len = Below(max_len + 1); s.size() < len;)
+            s.append(Below(len - s.size()) + 1, kAlphabet[Below(sizeof kAlphabet)]);
         return s;
     }
     // Often a piece of of, so that it is found.
@@ -91,7 +101,10 @@ TEST(SearchDifferential, EveryFormAgreesWithStdString)
     SCOPED_TRACE(testing::Message() << "VEK_TEST_SEED=" << random.seed);
     RecordingAllocator alloc;
     for (int round = 0; round < 300 && !HasFailure(); ++round) {
-        const std::string h = random.Bytes(24);
+        // Long content lets the block loops run, with matches at block edges.
+        const std::string h = round % 3 == 0   ? random.Bytes(24)
+                              : round % 3 == 1 ? random.Bytes(150)
+                                               : random.Runs(150);
         const std::string y = random.PieceOr(h);
         ReadOnlyBytes h_bytes(h);
         ReadOnlyBytes y_bytes(y);

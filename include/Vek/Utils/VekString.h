@@ -448,8 +448,10 @@ VekSizeT VekStringFindLastNotOfChar(const VekString* x, VekSizeT pos, char c) VE
  * without pos search the whole string (Find from 0, RFind from VekStringNpos).
  * A CStr needle is measured with strlen; CStrLen and VekString needles may
  * hold NUL. Find hands the rest of the string to the C library's memmem in one
- * call; RFind makes one memcmp per candidate start, at most pos + 1 of them.
- * The searches read only buf and size, allocate nothing and cannot fail.
+ * call. RFind rules out the candidate starts whose first or last byte differs
+ * from the needle's (16 at a time on x86-64) and confirms each other one with
+ * one memcmp, at most pos + 1 of them. The searches read only buf and size,
+ * allocate nothing and cannot fail.
  * ------------------------------------------------------------------------ */
 
 VekSizeT VekStringFindFromPosCStrLen(const VekString* x, VekSizeT pos, const char* y,
