@@ -10,15 +10,17 @@
 // library's memmem in one call. Backward search looks at candidate starts
 // from the last one where the needle fits down to 0; a start whose first or
 // last byte differs from the needle's is ruled out without a call, and each
-// survivor is confirmed with one memcmp. Where SSE2 is available (and
-// VEK_PORTABLE is not set) it rules out 16 starts per comparison, otherwise a
-// plain loop takes one start at a time. The block loop only ever loads whole
-// blocks that lie within the content, so nothing outside it is read. Set
-// searches compare each examined byte with the set's bytes in order, with no
-// table built from the set; the Char forms compare with the byte directly.
+// survivor is confirmed with one memcmp. Set searches compare content bytes
+// with the set's bytes, with no table built from the set; the Char forms
+// compare with the byte directly. Where SSE2 is available (and VEK_PORTABLE
+// is not set) both rule out 16 positions per comparison, otherwise a plain
+// loop takes one position at a time. The block loops only ever load whole
+// blocks that lie within the content, so nothing outside it is read.
 //
 // Find-and-replace, the one function here that edits, works on a private copy
 // and swaps it in only when every replacement succeeded.
+#include <cstdint>
+
 #include "VekStringPrivate.h"
 
 #if defined(__SSE2__) && !defined(VEK_PORTABLE)
@@ -246,13 +248,161 @@ static inline bool SetHolds(const char* y, VekSizeT n, char b)
     return false;
 }
 
-// StringScanForward returns the first position at or after pos whose byte
-// qualifies. From pos >= size there is nothing to examine.
-template <typename Qualifies>
-static inline VekSizeT StringScanForward(const VekString* x, VekSizeT pos, Qualifies qualifies)
+// A set search looks for bytes in the set (Of) or in none of it (NotOf).
+enum class Wanted { kInSet, kOutsideSet };
+
+template <Wanted kWanted> static inline bool Qualifies(const char* y, VekSizeT n, char b)
 {
+    return SetHolds(y, n, b) == (kWanted == Wanted::kInSet);
+}
+
+#if VEK_SEARCH_HAVE_SSE2
+// A set's bytes as the block loops compare with them. SetBytes broadcasts
+// each set byte once per step and compares it with all the step's blocks, so
+// a 64-byte step costs one broadcast and four comparisons per set byte; an
+// empty set matches nothing. SingleByteSet is a one-byte set, broadcast once
+// for the whole search.
+struct SetBytes {
+    const char* y;
+    VekSizeT n;
+
+    template <int kBlocks>
+    void Compare(const __m128i (&bytes)[kBlocks], __m128i (&hits)[kBlocks]) const
+    {
+        for (int b = 0; b < kBlocks; ++b)
+            hits[b] = _mm_setzero_si128();
+        for (VekSizeT i = 0; i < n; ++i) {
+            const __m128i set_byte = _mm_set1_epi8(y[i]);
+            for (int b = 0; b < kBlocks; ++b)
+                hits[b] = _mm_or_si128(hits[b], _mm_cmpeq_epi8(bytes[b], set_byte));
+        }
+    }
+};
+
+struct SingleByteSet {
+    __m128i set_byte;
+
+    template <int kBlocks>
+    void Compare(const __m128i (&bytes)[kBlocks], __m128i (&hits)[kBlocks]) const
+    {
+        for (int b = 0; b < kBlocks; ++b)
+            hits[b] = _mm_cmpeq_epi8(bytes[b], set_byte);
+    }
+};
+
+// SetComparison compares kBlocks x 16 content bytes at p with the set; hits
+// holds 0xFF for a byte equal to some set byte. Whether any byte qualifies
+// takes one movemask of all the blocks combined; which one it is, the exact
+// mask, is worked out only for the step that ends the search.
+template <int kBlocks, Wanted kWanted> struct SetComparison {
+    __m128i hits[kBlocks];
+
+    template <typename Set> SetComparison(const char* p, const Set& set)
+    {
+        __m128i bytes[kBlocks];
+        for (int b = 0; b < kBlocks; ++b)
+            bytes[b] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16 * b));
+        set.Compare(bytes, hits);
+    }
+
+    // In a byte's hits, wanted bytes are 0xFF for Of and 0 for NotOf.
+    bool AnyQualifies() const
+    {
+        __m128i all = hits[0];
+        for (int b = 1; b < kBlocks; ++b)
+            all = kWanted == Wanted::kInSet ? _mm_or_si128(all, hits[b])
+                                            : _mm_and_si128(all, hits[b]);
+        const int mask = _mm_movemask_epi8(all);
+        return kWanted == Wanted::kInSet ? mask != 0 : mask != 0xFFFF;
+    }
+
+    // One bit per byte, lowest address lowest, set where the byte qualifies.
+    std::uint64_t Mask() const
+    {
+        std::uint64_t mask = 0;
+        for (int b = 0; b < kBlocks; ++b)
+            mask |= static_cast<std::uint64_t>(static_cast<unsigned>(_mm_movemask_epi8(hits[b])))
+                    << (16 * b);
+        if (kWanted == Wanted::kOutsideSet)
+            mask = ~mask & (~std::uint64_t{0} >> (64 - 16 * kBlocks));
+        return mask;
+    }
+};
+
+// StringScanSetForward examines [pos, size) by blocks: 64 bytes per step,
+// then 16, the last block ending at size. That block may overlap bytes already
+// examined; they did not qualify, so its lowest qualifying byte is a new one.
+// Needs size - pos >= 16.
+template <Wanted kWanted, typename Set>
+static VekSizeT StringScanSetForward(const char* buf, VekSizeT pos, VekSizeT size, const Set& set)
+{
+    for (; size - pos >= 64; pos += 64) {
+        const SetComparison<4, kWanted> step(buf + pos, set);
+        if (step.AnyQualifies())
+            return pos + static_cast<VekSizeT>(__builtin_ctzll(step.Mask()));
+    }
+    for (; pos < size; pos += 16) {
+        const VekSizeT at = VekMinimum__VekSizeT(pos, size - 16);
+        const SetComparison<1, kWanted> step(buf + at, set);
+        if (step.AnyQualifies())
+            return at + static_cast<VekSizeT>(__builtin_ctzll(step.Mask()));
+    }
+    return VekStringNpos;
+}
+
+// StringScanSetBackward examines [0, end) by blocks from the top, the last
+// block being the first 16 bytes; its bytes at or above end were examined
+// already and did not qualify, so its highest qualifying byte is a new one.
+// Needs end >= 16.
+template <Wanted kWanted, typename Set>
+static VekSizeT StringScanSetBackward(const char* buf, VekSizeT end, const Set& set)
+{
+    for (; end >= 64; end -= 64) {
+        const SetComparison<4, kWanted> step(buf + end - 64, set);
+        if (step.AnyQualifies())
+            return end - 64 + static_cast<VekSizeT>(63 - __builtin_clzll(step.Mask()));
+    }
+    while (end != 0) {
+        const VekSizeT at = end >= 16 ? end - 16 : 0;
+        const SetComparison<1, kWanted> step(buf + at, set);
+        if (step.AnyQualifies())
+            return at + static_cast<VekSizeT>(63 - __builtin_clzll(step.Mask()));
+        end = at;
+    }
+    return VekStringNpos;
+}
+
+template <Wanted kWanted>
+static VekSizeT StringScanSetForward(const char* buf, VekSizeT pos, VekSizeT size, const char* y,
+                                     VekSizeT n)
+{
+    if (n == 1)
+        return StringScanSetForward<kWanted>(buf, pos, size, SingleByteSet{_mm_set1_epi8(y[0])});
+    return StringScanSetForward<kWanted>(buf, pos, size, SetBytes{y, n});
+}
+
+template <Wanted kWanted>
+static VekSizeT StringScanSetBackward(const char* buf, VekSizeT end, const char* y, VekSizeT n)
+{
+    if (n == 1)
+        return StringScanSetBackward<kWanted>(buf, end, SingleByteSet{_mm_set1_epi8(y[0])});
+    return StringScanSetBackward<kWanted>(buf, end, SetBytes{y, n});
+}
+#endif
+
+// StringFindSetForward returns the first position at or after pos whose byte
+// qualifies. From pos >= size there is nothing to examine.
+template <Wanted kWanted>
+static VekSizeT StringFindSetForward(const VekString* x, VekSizeT pos, const char* y, VekSizeT n)
+{
+    if (pos >= x->size)
+        return VekStringNpos;
+#if VEK_SEARCH_HAVE_SSE2
+    if (x->size - pos >= 16)
+        return StringScanSetForward<kWanted>(x->buf, pos, x->size, y, n);
+#endif
     for (; pos < x->size; ++pos) {
-        if (qualifies(x->buf[pos]))
+        if (Qualifies<kWanted>(y, n, x->buf[pos]))
             return pos;
     }
     return VekStringNpos;
@@ -267,15 +417,20 @@ static inline VekSizeT StringLastStart(const VekString* x, VekSizeT pos)
     return VekMinimum__VekSizeT(pos, x->size - 1);
 }
 
-// StringScanBackward returns the last position at or before the start whose
-// byte qualifies, examining position 0 last.
-template <typename Qualifies>
-static inline VekSizeT StringScanBackward(const VekString* x, VekSizeT pos, Qualifies qualifies)
+// StringFindSetBackward returns the last position at or before the start
+// whose byte qualifies, examining position 0 last.
+template <Wanted kWanted>
+static VekSizeT StringFindSetBackward(const VekString* x, VekSizeT pos, const char* y, VekSizeT n)
 {
     if (x->size == 0)
         return VekStringNpos;
-    for (pos = StringLastStart(x, pos);; --pos) {
-        if (qualifies(x->buf[pos]))
+    pos = StringLastStart(x, pos);
+#if VEK_SEARCH_HAVE_SSE2
+    if (pos >= 15)
+        return StringScanSetBackward<kWanted>(x->buf, pos + 1, y, n);
+#endif
+    for (;; --pos) {
+        if (Qualifies<kWanted>(y, n, x->buf[pos]))
             return pos;
         if (pos == 0)
             return VekStringNpos;
@@ -285,7 +440,7 @@ static inline VekSizeT StringScanBackward(const VekString* x, VekSizeT pos, Qual
 VekSizeT VekStringFindFirstOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
                                      VekSizeT n) noexcept
 {
-    return StringScanForward(x, pos, [y, n](char b) { return SetHolds(y, n, b); });
+    return StringFindSetForward<Wanted::kInSet>(x, pos, y, n);
 }
 
 VekSizeT VekStringFindFirstOf(const VekString* x, VekSizeT pos, const VekString* y) noexcept
@@ -309,7 +464,7 @@ VekSizeT VekStringFindFirstOfChar(const VekString* x, VekSizeT pos, char c) noex
 VekSizeT VekStringFindFirstNotOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
                                         VekSizeT n) noexcept
 {
-    return StringScanForward(x, pos, [y, n](char b) { return !SetHolds(y, n, b); });
+    return StringFindSetForward<Wanted::kOutsideSet>(x, pos, y, n);
 }
 
 VekSizeT VekStringFindFirstNotOf(const VekString* x, VekSizeT pos, const VekString* y) noexcept
@@ -325,16 +480,16 @@ VekSizeT VekStringFindFirstNotOfCStr(const VekString* x, VekSizeT pos, const cha
 
 VekSizeT VekStringFindFirstNotOfChar(const VekString* x, VekSizeT pos, char c) noexcept
 {
-    return StringScanForward(x, pos, [c](char b) { return b != c; });
+    return StringFindSetForward<Wanted::kOutsideSet>(x, pos, &c, 1);
 }
 
 VekSizeT VekStringFindLastOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
                                     VekSizeT n) noexcept
 {
-    return StringScanBackward(x, pos, [y, n](char b) { return SetHolds(y, n, b); });
+    return StringFindSetBackward<Wanted::kInSet>(x, pos, y, n);
 }
 
-// memrchr is a GNU extension; elsewhere the byte loop gives the same result.
+// memrchr is a GNU extension; elsewhere the set search gives the same result.
 VekSizeT VekStringFindLastOfChar(const VekString* x, VekSizeT pos, char c) noexcept
 {
 #if defined(__GLIBC__)
@@ -343,17 +498,17 @@ VekSizeT VekStringFindLastOfChar(const VekString* x, VekSizeT pos, char c) noexc
     const VekSizeT start = StringLastStart(x, pos);
     return StringOffsetOf(x, memrchr(x->buf, static_cast<unsigned char>(c), start + 1));
 #else
-    return StringScanBackward(x, pos, [c](char b) { return b == c; });
+    return StringFindSetBackward<Wanted::kInSet>(x, pos, &c, 1);
 #endif
 }
 
 VekSizeT VekStringFindLastNotOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
                                        VekSizeT n) noexcept
 {
-    return StringScanBackward(x, pos, [y, n](char b) { return !SetHolds(y, n, b); });
+    return StringFindSetBackward<Wanted::kOutsideSet>(x, pos, y, n);
 }
 
 VekSizeT VekStringFindLastNotOfChar(const VekString* x, VekSizeT pos, char c) noexcept
 {
-    return StringScanBackward(x, pos, [c](char b) { return b != c; });
+    return StringFindSetBackward<Wanted::kOutsideSet>(x, pos, &c, 1);
 }

@@ -415,7 +415,8 @@ VekSizeT VekStringHash(const VekString* x) VEK_NOEXCEPT;
  * it. The set's order and repetitions do not matter, and every form gives the
  * CStrLen result for its set (Char: the one-byte set). The backward searches
  * come only with a CStrLen set or a single byte. Cost: at most (bytes
- * examined) x (set size) comparisons; nothing is allocated and nothing fails.
+ * examined) x (set size) byte comparisons, made 16 bytes at a time on x86-64;
+ * no table is built from the set, nothing is allocated and nothing fails.
  * ------------------------------------------------------------------------ */
 
 VekSizeT VekStringFindFirstOf(const VekString* x, VekSizeT pos, const VekString* y) VEK_NOEXCEPT;
