@@ -17,8 +17,9 @@
 // loop takes one position at a time. The block loops only ever load whole
 // blocks that lie within the content, so nothing outside it is read.
 //
-// Find-and-replace, the one function here that edits, works on a private copy
-// and swaps it in only when every replacement succeeded.
+// Find-and-replace, the one function here that edits, builds its result in a
+// private block and swaps it in only when every replacement succeeded; see
+// its section for how it stays linear.
 #include <cstdint>
 
 #include "VekStringPrivate.h"
@@ -204,29 +205,137 @@ VekSizeT VekStringRFind(const VekString* x, const VekString* y) noexcept
 // Find-and-replace
 // ------------------------------------------------------------------------
 
-// All or nothing: every replacement edits the private copy x_, and x is
-// written only by the final swap. That is also why find and replace may be x
-// itself: their bytes stay put until the loop is over. Each search resumes
-// behind the text just inserted, so inserted text is never searched again and
-// matches are those of the original text, left to right, never overlapping.
-// An empty find would match again at every resume position and never end, so
-// it changes nothing and costs nothing.
+// What the result must be is defined by the plain loop: copy x with
+// VekStringConstructCopy, then for each match replace it in the copy with
+// VekStringReplaceString and search again behind the inserted text, then swap
+// the copy in and destroy what is left. Run like that, every replacement moves
+// the whole tail behind it, so n matches cost n tail moves: quadratic. Two
+// facts let the same result, the same final capacity and the same allocator
+// calls come out of one pass instead:
+//
+// - x itself is not written until the swap, and inserted text is never
+//   searched again, so the matches are the leftmost non-overlapping
+//   occurrences of find in x's own content, found by searching x.
+// - Whether a replacement makes the copy grow, and to what capacity, depends
+//   only on the copy's size then (what has been written plus what of x is
+//   still to come) and on its capacity, not on its bytes.
+//
+// So the block that the copy would get is obtained, without copying x into
+// it, and the result is written into it left to right: the text between
+// matches straight from x, then the replacement. When a replacement would not
+// fit, the block grows exactly as the loop's replacement would (the growth
+// rule, the allocator's limit, one allocate of the grown capacity + 1), the
+// result written so far is carried over and the old block is released. So
+// the allocator sees the same calls with the same byte counts in the same
+// order, and a refusal strikes at the same replacement with the same cleanup.
+//
+// Cost: x is searched once from left to right, each result byte is written
+// once, and a growth carries over only what has been written; capacities at
+// least double, so all carrying over adds up to less than the final capacity.
+// Each resumed search costs its stretch of x plus a constant times the needle
+// (see StringFindBlocks), and matches do not overlap, so the needles add up
+// to at most x's size. Linear in x's size plus the result's.
+
+#if VEK_SEARCH_HAVE_SSE2
+// StringFindBlocks is the forward search from `from` with the candidate starts
+// ruled out sixteen at a time by the needle's ends, lowest first; candidates
+// [from, last] with last - from >= 15, the last block ending at last (starts
+// below at masked off). Each survivor is confirmed with one memcmp of up to
+// n - 2 bytes. Where ruling out by the ends does not help (a periodic needle
+// in repetitive text) that confirming could grow with text x needle, so it is
+// allowed 4n bytes plus two per start ruled out; past that, the rest of the
+// search goes to memmem, which is linear.
+static VekSizeT StringFindBlocks(const VekString* x, VekSizeT from, const char* y, VekSizeT n)
+{
+    const NeedleEnds ends(y, n);
+    const VekSizeT last = x->size - n;
+    VekSizeT allowance = 4 * n;
+    for (VekSizeT at = from; at <= last; at += 16) {
+        const VekSizeT block = VekMinimum__VekSizeT(at, last - 15);
+        unsigned survivors = ends.Survivors(x->buf + block) & (~0u << (at - block));
+        while (survivors != 0) {
+            const VekSizeT start = block + static_cast<VekSizeT>(__builtin_ctz(survivors));
+            if (StringNeedleRestAt(x->buf + start, y, n))
+                return start;
+            if (allowance < n)
+                return VekStringFindFromPosCStrLen(x, start + 1, y, n);
+            allowance -= n;
+            survivors &= survivors - 1;
+        }
+        allowance += 32;
+    }
+    return VekStringNpos;
+}
+#endif
+
+// StringFindNext is the forward worker's result for find in x from `from`.
+// Find-and-replace resumes a search behind every match, thousands of times
+// in a long text; on SSE2 targets a needle of two bytes or more with at least
+// sixteen candidate starts is found by ruling out starts by its ends, which
+// costs a fraction of memmem's time per byte on text. Elsewhere, and for a
+// one-byte needle (memmem's own memchr), it is the forward worker itself.
+static VekSizeT StringFindNext(const VekString* x, VekSizeT from, const VekString* find)
+{
+#if VEK_SEARCH_HAVE_SSE2
+    const VekSizeT n = find->size;
+    if (n >= 2 && n <= x->size && from <= x->size - n && x->size - n - from >= 15)
+        return StringFindBlocks(x, from, find->buf, n);
+#endif
+    return VekStringFindFromPos(x, from, find);
+}
+
+// StringObtainCopyBlock sets up out as VekStringConstructCopy(out, x) would,
+// with the same allocator and capacity and the same single allocate, but
+// leaves the bytes to be written: the caller fills the block with the result.
+// An empty x gives an empty string that owns nothing.
+static VekBool StringObtainCopyBlock(VekString* out, const VekString* x)
+{
+    VekStringConstructDefault(out, VekStringGetAllocator(x));
+    return x->size == 0 || StringDoReallocate(out, x->size, 0, 0, 0);
+}
+
+// StringWriteReplaced writes x's content with every occurrence of find
+// replaced into out's block, which is the copy's block to begin with. written
+// counts the result bytes in out's block, next the first byte of x not yet
+// carried over. False when a growth was refused; out then holds whatever
+// block it has, to be destroyed by the caller.
+static VekBool StringWriteReplaced(VekString* out, const VekString* x, const VekString* find,
+                                   const VekString* replace)
+{
+    VekSizeT written = 0;
+    VekSizeT next = 0;
+    for (VekSizeT at = StringFindNext(x, 0, find); at != VekStringNpos;
+         at = StringFindNext(x, next, find)) {
+        const VekSizeT copy_size = written + (x->size - next);
+        VekSizeT new_size;
+        if (!StringAddSizes(copy_size - find->size, replace->size, &new_size))
+            return VEK_FALSE;
+        if (new_size > out->capacity &&
+            !StringDoReallocate(out, StringGrownCapacity(out, new_size), 0, written, 0))
+            return VEK_FALSE;
+        CopyBuffer(out->buf, written, at - next, x->buf, next);
+        written += at - next;
+        CopyBuffer(out->buf, written, replace->size, replace->buf, 0);
+        written += replace->size;
+        next = at + find->size;
+    }
+    CopyBuffer(out->buf, written, x->size - next, x->buf, next);
+    StringSetSize(out, written + (x->size - next));
+    return VEK_TRUE;
+}
+
+// All or nothing: x is written only by the final swap, which is also why find
+// and replace may be x itself. An empty find would match again at every
+// resume position and never end, so it changes nothing and costs nothing.
 VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
                                    const VekString* replace) noexcept
 {
     if (find->size == 0)
         return x;
     VekString x_;
-    if (VekStringConstructCopy(&x_, x) == nullptr)
+    if (!StringObtainCopyBlock(&x_, x))
         return nullptr;
-    VekString* r = x;
-    for (VekSizeT pos = VekStringFind(&x_, find); pos != VekStringNpos;
-         pos = VekStringFindFromPos(&x_, pos + replace->size, find)) {
-        if (VekStringReplaceString(&x_, pos, find->size, replace) == nullptr) {
-            r = nullptr;
-            break;
-        }
-    }
+    VekString* r = StringWriteReplaced(&x_, x, find, replace) ? x : nullptr;
     if (r != nullptr)
         VekStringSwap(x, &x_);
     VekStringDestruct(&x_);

@@ -485,9 +485,15 @@ VekSizeT VekStringRFind(const VekString* x, const VekString* y) VEK_NOEXCEPT;
  * and calls the allocator not at all: an empty needle stands at every
  * position, so replacing it everywhere would never end.
  *
- * Cost: one copy of x, then per occurrence one search and one replacement
- * that moves the bytes behind it, so time grows with occurrences x length.
- * The copy grows by doubling; a replace no longer than find never allocates.
+ * Cost: linear in the size of x plus that of the result. x is searched once,
+ * left to right, and each byte of the result is written once into the copy's
+ * block; when a replacement does not fit, the block grows to the larger of
+ * the size needed and twice its capacity and carries over what has been
+ * written. The allocator calls are exactly those of copying x and then
+ * replacing one occurrence after another in the copy: one allocate of size +
+ * 1 bytes for the copy (none for an empty x), one allocate and one release
+ * per growth, and last the release of x's former block, if it owned one. A
+ * replace no longer than find never grows the copy.
  */
 VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
                                    const VekString* replace) VEK_NOEXCEPT;
