@@ -243,13 +243,13 @@ VekSizeT VekStringRFind(const VekString* x, const VekString* y) noexcept
 // below at masked off). Each survivor is confirmed with one memcmp of up to
 // n - 2 bytes. Where ruling out by the ends does not help (a periodic needle
 // in repetitive text) that confirming could grow with text x needle, so it is
-// allowed 4n bytes plus two per start ruled out; past that, the rest of the
-// search goes to memmem, which is linear.
+// allowed n + 64 bytes to begin with and two more per start ruled out; past
+// that, the rest of the search goes to memmem, which is linear.
 static VekSizeT StringFindBlocks(const VekString* x, VekSizeT from, const char* y, VekSizeT n)
 {
     const NeedleEnds ends(y, n);
     const VekSizeT last = x->size - n;
-    VekSizeT allowance = 4 * n;
+    VekSizeT allowance = n + 64;
     for (VekSizeT at = from; at <= last; at += 16) {
         const VekSizeT block = VekMinimum__VekSizeT(at, last - 15);
         unsigned survivors = ends.Survivors(x->buf + block) & (~0u << (at - block));
