@@ -369,8 +369,9 @@ template <Wanted kWanted> static inline bool Qualifies(const char* y, VekSizeT n
 // A set's bytes as the block loops compare with them. SetBytes broadcasts
 // each set byte once per step and compares it with all the step's blocks, so
 // a 64-byte step costs one broadcast and four comparisons per set byte; an
-// empty set matches nothing. SingleByteSet is a one-byte set, broadcast once
-// for the whole search.
+// empty set matches nothing. The sets of one to four bytes that most searches
+// use are broadcast once for the whole search instead: SingleByteSet holds
+// one byte, SmallSet up to four.
 struct SetBytes {
     const char* y;
     VekSizeT n;
@@ -398,6 +399,38 @@ struct SingleByteSet {
             hits[b] = _mm_cmpeq_epi8(bytes[b], set_byte);
     }
 };
+
+struct SmallSet {
+    __m128i set_bytes[4];
+
+    // n is 2 to 4; the last byte stands in for the missing ones, and comparing
+    // with a byte twice changes nothing.
+    SmallSet(const char* y, VekSizeT n)
+    {
+        for (VekSizeT i = 0; i < 4; ++i)
+            set_bytes[i] = _mm_set1_epi8(y[i < n ? i : n - 1]);
+    }
+
+    template <int kBlocks>
+    void Compare(const __m128i (&bytes)[kBlocks], __m128i (&hits)[kBlocks]) const
+    {
+        for (int b = 0; b < kBlocks; ++b)
+            hits[b] = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes[b], set_bytes[0]),
+                                                _mm_cmpeq_epi8(bytes[b], set_bytes[1])),
+                                   _mm_or_si128(_mm_cmpeq_epi8(bytes[b], set_bytes[2]),
+                                                _mm_cmpeq_epi8(bytes[b], set_bytes[3])));
+    }
+};
+
+// WithSet hands scan the set in the form that compares fastest.
+template <typename Scan> static inline VekSizeT WithSet(const char* y, VekSizeT n, Scan scan)
+{
+    if (n == 1)
+        return scan(SingleByteSet{_mm_set1_epi8(y[0])});
+    if (n >= 2 && n <= 4)
+        return scan(SmallSet(y, n));
+    return scan(SetBytes{y, n});
+}
 
 // SetComparison compares kBlocks x 16 content bytes at p with the set; hits
 // holds 0xFF for a byte equal to some set byte. Whether any byte qualifies
@@ -485,17 +518,15 @@ template <Wanted kWanted>
 static VekSizeT StringScanSetForward(const char* buf, VekSizeT pos, VekSizeT size, const char* y,
                                      VekSizeT n)
 {
-    if (n == 1)
-        return StringScanSetForward<kWanted>(buf, pos, size, SingleByteSet{_mm_set1_epi8(y[0])});
-    return StringScanSetForward<kWanted>(buf, pos, size, SetBytes{y, n});
+    return WithSet(
+        y, n, [=](const auto& set) { return StringScanSetForward<kWanted>(buf, pos, size, set); });
 }
 
 template <Wanted kWanted>
 static VekSizeT StringScanSetBackward(const char* buf, VekSizeT end, const char* y, VekSizeT n)
 {
-    if (n == 1)
-        return StringScanSetBackward<kWanted>(buf, end, SingleByteSet{_mm_set1_epi8(y[0])});
-    return StringScanSetBackward<kWanted>(buf, end, SetBytes{y, n});
+    return WithSet(y, n,
+                   [=](const auto& set) { return StringScanSetBackward<kWanted>(buf, end, set); });
 }
 #endif
 
