@@ -1,132 +1,241 @@
 /*
- * tour.c - a walk through the string module with the default allocator.
+ * tour.c - a walk through the string module on real text, in C.
  *
- * Each step prints what it does and what came of it. Build and run it with
- * `cmake --workflow --preset tour` from the repository's root.
+ *     tour [FILE]       (without FILE: the bundled sample.txt)
+ *
+ * Each step prints what it does and what came of it. `cmake --workflow
+ * --preset tour` builds this and the C++ tour and runs both.
  */
 #include <Vek/Utils/VekString.h>
 
 #include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
 
-/* Show prints a string's content with its size and capacity. */
+/* Show prints a label, the content (up to 48 bytes of its first line), its
+ * size and capacity. */
 static void Show(const char* label, const VekString* s)
 {
-    printf("  %-34s \"%s\" (size %llu, capacity %llu)\n", label, VekStringData(s),
-           (unsigned long long)VekStringSize(s), (unsigned long long)VekStringCapacity(s));
+    VekSizeT line_end = VekStringFindFirstOfChar(s, 0, '\n');
+    int shown = (int)(line_end < VekStringSize(s) ? line_end : VekStringSize(s));
+    shown = shown > 48 ? 48 : shown;
+    printf("  %-30s \"%.*s%s\" (size %llu, capacity %llu)\n", label, shown, VekStringData(s),
+           shown < (int)VekStringSize(s) ? "..." : "", (unsigned long long)VekStringSize(s),
+           (unsigned long long)VekStringCapacity(s));
 }
 
-static void ConstructionAndCapacity(VekAllocator* a)
+/* View makes a read-only view of a C string: no copy, nothing to destroy. */
+static VekString View(const char* text, VekAllocator* a)
 {
+    VekString view;
+    view.allocator = a;
+    view.buf = (char*)text;
+    view.size = strlen(text);
+    view.capacity = 0;
+    return view;
+}
+
+/* LoadFile reads a whole file into a block from the string's allocator and
+ * lets the string adopt it: the bytes are read once and never copied. */
+static int LoadFile(VekString* text, const char* path, VekAllocator* a)
+{
+    FILE* f = fopen(path, "rb");
+    long length;
+    char* block;
+    if (f == NULL || fseek(f, 0, SEEK_END) != 0 || (length = ftell(f)) < 0 || fseek(f, 0, SEEK_SET) != 0) {
+        if (f != NULL)
+            fclose(f);
+        return 0;
+    }
+    block = VekAllocatorAllocate(a, (VekSizeT)length + 1);
+    if (block == NULL || fread(block, 1, (size_t)length, f) != (size_t)length) {
+        if (block != NULL)
+            VekAllocatorDeallocate(a, block, (VekSizeT)length + 1);
+        fclose(f);
+        return 0;
+    }
+    fclose(f);
+    VekStringConstructWithExternalBuffer(text, block, (VekSizeT)length, (VekSizeT)length + 1, a);
+    return 1;
+}
+
+/* Count returns how often word occurs in text. */
+static VekSizeT Count(const VekString* text, const char* word)
+{
+    VekSizeT n = 0;
+    VekSizeT pos = VekStringFindCStr(text, word);
+    for (; pos != VekStringNpos; pos = VekStringFindFromPosCStr(text, pos + 1, word))
+        ++n;
+    return n;
+}
+
+/* LineAt copies the line that holds byte pos. */
+static VekString* LineAt(VekString* line, const VekString* text, VekSizeT pos, VekAllocator* a)
+{
+    VekSizeT begin = pos == 0 ? VekStringNpos : VekStringFindLastOfChar(text, pos - 1, '\n');
+    VekSizeT end = VekStringFindFirstOfChar(text, pos, '\n');
+    begin = begin == VekStringNpos ? 0 : begin + 1;
+    return VekStringConstructSubstring(line, text, begin, end - begin, a);
+}
+
+static void SearchAndReplace(VekString* text, VekAllocator* a)
+{
+    VekString find = View("the keeper", a);
+    VekString by = View("old Tom", a);
+    VekString line;
+    VekSizeT at = VekStringFindCStr(text, "Zürich");
+
+    puts("Searching and replacing");
+    printf("  \"keeper\" occurs %llu times\n", (unsigned long long)Count(text, "keeper"));
+    if (at == VekStringNpos)
+        puts("  \"Zürich\" is not found (the search gives VekStringNpos)");
+    else
+        printf("  the first \"Zürich\" is at byte %llu\n", (unsigned long long)at);
+    if (at != VekStringNpos && LineAt(&line, text, at, a) != NULL) {
+        Show("its line:", &line);
+        VekStringDestruct(&line);
+    }
+    if (VekStringFindAndReplace(text, &find, &by) != NULL)
+        printf("  replaced \"the keeper\" by \"old Tom\": \"keeper\" now occurs %llu times\n",
+               (unsigned long long)Count(text, "keeper"));
+}
+
+static void Report(const VekString* text, VekAllocator* a)
+{
+    static const char* const words[] = {"bell", "boat", "storm", "gulls", "paraffin", "Tom"};
+    VekString report;
+    size_t i;
+
+    puts("A report built with formatted appends");
+    VekStringConstructFormatted(&report, a, "%-8s %s\n", "word", "count");
+    for (i = 0; i < sizeof words / sizeof words[0]; ++i)
+        VekStringAppendFormatted(&report, "%-8s %5llu\n", words[i], (unsigned long long)Count(text, words[i]));
+    fputs(VekStringData(&report), stdout);
+    Show("the report itself:", &report);
+    printf("  its hash: %llu\n", (unsigned long long)VekStringHash(&report));
+    VekStringDestruct(&report);
+}
+
+static void CompareAndHash(const VekString* text, VekAllocator* a)
+{
+    VekString first;
+    VekString again;
+
+    puts("Comparing and hashing");
+    LineAt(&first, text, 0, a);
+    LineAt(&again, text, 0, a);
+    Show("the first line:", &first);
+    printf("  equal to a second copy: %d, same hash: %d\n", VekStringEqual(&first, &again),
+           VekStringHash(&first) == VekStringHash(&again));
+    printf("  starts with \"The keeper's log\": %d\n",
+           VekStringEqualSubstringCStr(&first, 0, 16, "The keeper's log"));
+    printf("  orders before \"The lamp\": %d\n", VekStringCompareCStr(&first, "The lamp") < 0);
+    VekStringDestruct(&again);
+    VekStringDestruct(&first);
+}
+
+static void Utf16RoundTrip(const VekString* text, VekAllocator* a)
+{
+    VekString line;
+    VekString back;
+    VekUint16 units[256];
+    VekSizeT count = 0;
+    VekSizeT at;
+
+    puts("UTF-8 to UTF-16 and back");
+    at = VekStringFindCStr(text, "Grüße");
+    LineAt(&line, text, at == VekStringNpos ? 0 : at, a);
+    if (VekStringWriteUtf16(&line, units, 256, &count) && count < 256 &&
+        VekStringConstructUtf16(&back, units, a) != NULL) {
+        printf("  a line of %llu UTF-8 bytes is %llu UTF-16 units\n",
+               (unsigned long long)VekStringSize(&line), (unsigned long long)count);
+        printf("  converted back, it is the same: %d\n", VekStringEqual(&line, &back));
+        VekStringDestruct(&back);
+    }
+    VekStringDestruct(&line);
+}
+
+static void CoreFoundationBridge(VekAllocator* a)
+{
+    CFStringRef cf = CFStringCreateWithCString(kCFAllocatorDefault, "na\xC3\xAFve", kCFStringEncodingUTF8);
     VekString s;
-    VekString copy;
 
-    puts("Construction and capacity");
+    puts("From a CoreFoundation string");
     VekStringConstructDefault(&s, a);
-    Show("an empty string owns nothing:", &s);
-    VekStringConstructCStr(&s, "hello", a);
-    Show("constructed from a C string:", &s);
-    VekStringReserve(&s, 64);
-    Show("reserved room for 64 bytes:", &s);
-    VekStringReserve(&s, 0);
-    Show("reserve(0) fits the block again:", &s);
-    VekStringConstructCopy(&copy, &s);
-    Show("a copy gets exactly its size:", &copy);
-    VekStringClear(&copy);
-    Show("cleared, the block is kept:", &copy);
-    VekStringDestruct(&copy);
+    if (cf != NULL && VekStringAssignFromCFString(&s, cf) != NULL)
+        Show("assigned:", &s);
+    if (cf != NULL)
+        CFRelease(cf);
     VekStringDestruct(&s);
-}
-
-static void ComparisonAndHashing(VekAllocator* a)
-{
-    VekString abc;
-    VekString abd;
-
-    puts("Comparison and hashing");
-    VekStringConstructCStr(&abc, "abc", a);
-    VekStringConstructCStrLen(&abd, "abd\0tail", 8, a);
-    printf("  \"abc\" equals \"abc\": %d\n", VekStringEqualCStr(&abc, "abc"));
-    printf("  8 bytes with a NUL equal \"abd\": %d (sizes differ)\n",
-           VekStringEqualCStr(&abd, "abd"));
-    printf("  their first 3 bytes equal \"abd\": %d\n",
-           VekStringEqualSubstringCStr(&abd, 0, 3, "abd"));
-    printf("  compare(\"abc\", \"abd\") is negative: %d\n", VekStringCompare(&abc, &abd) < 0);
-    printf("  hash(\"abc\") = %llu\n", (unsigned long long)VekStringHash(&abc));
-    VekStringDestruct(&abd);
-    VekStringDestruct(&abc);
 }
 
 static void Editing(VekAllocator* a)
 {
     VekString s;
 
-    puts("Editing (operands may come from the string itself)");
+    puts("Editing with the string's own bytes as operands");
     VekStringConstructCStr(&s, "brown fox", a);
     VekStringInsertCStr(&s, 0, "the quick ");
     Show("inserted at the front:", &s);
-    VekStringAppendCStr(&s, " jumps");
-    Show("appended (capacity doubles):", &s);
-    VekStringReplaceCStr(&s, 4, 5, "slow");
-    Show("replaced \"quick\" by \"slow\":", &s);
-    VekStringAppendSubstring(&s, &s, 3, 9);
-    Show("appended its own bytes 3..12:", &s);
-    VekStringReplaceSubstring(&s, 0, 3, &s, 9, 5);
-    Show("replaced \"the\" by its own \"brown\":", &s);
-    VekStringEraseSubstring(&s, 5, 5);
-    Show("erased 5 bytes at 5:", &s);
-    VekStringAssignSubstring(&s, &s, 0, 5);
-    Show("assigned its own first 5 bytes:", &s);
+    VekStringAppendSubstring(&s, &s, 3, 6);
+    Show("appended its own \" quick\":", &s);
+    VekStringReplaceSubstring(&s, 0, 3, &s, 10, 5);
+    Show("\"the\" replaced by its \"brown\":", &s);
+    VekStringEraseSubstring(&s, 5, 6);
+    Show("erased 6 bytes at 5:", &s);
+    VekStringAssignSubstring(&s, &s, 12, 3);
+    Show("assigned its own \"fox\":", &s);
     VekStringDestruct(&s);
 }
 
-static void SearchAndReplace(VekAllocator* a)
+/* A malloc allocator that grants at most 63 content bytes to a string. */
+static VekVoidPtr SmallAllocate(VekAllocator* a, VekSizeT size)
 {
-    VekString path;
-    VekString find;
-    VekString by;
-    VekSizeT slash;
-
-    puts("Searching and find-and-replace");
-    VekStringConstructCStr(&path, "/usr/local/lib/libvek.a", a);
-    slash = VekStringFindLastOfChar(&path, VekStringNpos, '/');
-    printf("  last '/' at %llu, file name \"%s\"\n", (unsigned long long)slash,
-           VekStringData(&path) + slash + 1);
-    printf("  \"local\" found at %llu; \"opt\" gives npos: %d\n",
-           (unsigned long long)VekStringFindCStr(&path, "local"),
-           VekStringFindCStr(&path, "opt") == VekStringNpos);
-    VekStringConstructCStr(&find, "/", a);
-    VekStringConstructCStr(&by, "::", a);
-    if (VekStringFindAndReplace(&path, &find, &by) != NULL)
-        Show("every \"/\" replaced by \"::\":", &path);
-    VekStringDestruct(&by);
-    VekStringDestruct(&find);
-    VekStringDestruct(&path);
+    (void)a;
+    return malloc((size_t)size);
 }
 
-static void Formatting(VekAllocator* a)
+static void SmallDeallocate(VekAllocator* a, VekVoidPtr p, VekSizeT size)
 {
-    VekString f;
-
-    puts("Formatted construction and editing");
-    if (VekStringConstructFormatted(&f, a, "%s=%d", "width", 80) != NULL) {
-        Show("constructed from \"%s=%d\":", &f);
-        VekStringAppendFormatted(&f, "%s", "px");
-        Show("appended straight into place:", &f);
-        VekStringInsertFormatted(&f, 0, "[%d] ", 1);
-        Show("inserted at the front:", &f);
-        VekStringReplaceFormatted(&f, 4, 5, "%.*s", 1, "wide");
-        Show("replaced 5 bytes at 4:", &f);
-    }
-    VekStringDestruct(&f); /* fine even after a refused construction */
+    (void)a;
+    (void)size;
+    free(p);
 }
 
-int main(void)
+static void Refusal(void)
+{
+    VekAllocator small = {SmallAllocate, SmallDeallocate, 64, NULL};
+    VekString s;
+    int appends = 0;
+
+    puts("An allocator that refuses");
+    VekStringConstructCStr(&s, "log:", &small);
+    while (VekStringAppendCStr(&s, " west") != NULL)
+        ++appends;
+    printf("  %d appends succeeded; the next needed a capacity of 64 or more and was refused\n", appends);
+    Show("the string is as it was:", &s);
+    VekStringDestruct(&s);
+}
+
+int main(int argc, char** argv)
 {
     VekAllocator* a = VekAllocatorGetDefault();
-    ConstructionAndCapacity(a);
-    ComparisonAndHashing(a);
+    const char* path = argc > 1 ? argv[1] : "sample.txt";
+    VekString text;
+
+    printf("Reading %s\n", path);
+    if (!LoadFile(&text, path, a)) {
+        fprintf(stderr, "tour: cannot read %s\n", path);
+        return 1;
+    }
+    Show("adopted, not copied:", &text);
+    SearchAndReplace(&text, a);
+    Report(&text, a);
+    CompareAndHash(&text, a);
+    Utf16RoundTrip(&text, a);
+    CoreFoundationBridge(a);
     Editing(a);
-    SearchAndReplace(a);
-    Formatting(a);
+    Refusal();
+    VekStringDestruct(&text);
     return 0;
 }

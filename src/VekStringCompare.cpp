@@ -6,6 +6,7 @@
 // an empty string on the shared byte compare and hash alike.
 #include <climits>
 
+#include "VekStringHash.h"
 #include "VekStringPrivate.h"
 
 // BytesEqual compares two runs, rejecting different lengths before reading a
@@ -92,12 +93,8 @@ VekInt VekStringCompareCStrLen(const VekString* x, const char* y, VekSizeT ylen)
 
 // Each byte enters as a signed 8-bit value on every platform, whatever the
 // signedness of char, so a hash computed here matches one computed elsewhere.
+// VekStringHash.h computes it several bytes a step.
 VekSizeT VekStringHash(const VekString* x) noexcept
 {
-    const VekSizeT len = VekStringLength(x);
-    const signed char* bytes = reinterpret_cast<const signed char*>(x->buf);
-    VekSizeT hash = 0;
-    for (VekSizeT i = 0; i < len; ++i)
-        hash = hash * 33 + static_cast<VekSizeT>(static_cast<int64_t>(bytes[i]));
-    return hash;
+    return StringHashBytes(x->buf, VekStringLength(x));
 }

@@ -166,7 +166,8 @@ VekString* VekStringAppendCStr(VekString* x, const char* str) noexcept
     return StringDoAppend(x, str, VekStrLen(str));
 }
 
-VekString* VekStringAppendCStrLen(VekString* x, const char* str, VekSizeT n) noexcept
+// The parentheses keep the header's fast-path macro from expanding the name.
+VekString*(VekStringAppendCStrLen)(VekString* x, const char* str, VekSizeT n) noexcept
 {
     return StringDoAppend(x, str, n);
 }
@@ -179,7 +180,7 @@ VekString* VekStringAppendRange(VekString* x, VekStringConstIterator first,
     return StringDoAppend(x, first, last_offset);
 }
 
-VekString* VekStringAppendChar(VekString* x, char c) noexcept
+VekString*(VekStringAppendChar)(VekString* x, char c) noexcept
 {
     return StringDoAppend(x, &c, 1);
 }

@@ -1,152 +1,94 @@
-// Facts about equality, ordering and the hash, each family in one table.
+// Facts about equality, ordering and the hash. Every row runs through all the
+// operand forms (record, pointer and length, C string where the bytes allow),
+// on an owned string and on a read-only view of the same bytes.
 #include "VekTestSupport.h"
 
-#include <deque>
+#include <random>
+
+#include "VekStringHash.h"
 
 namespace {
 
 using vektest::MakeView;
 using vektest::ReadOnlyBytes;
-using vektest::RecordingAllocator;
 
 constexpr VekSizeT kNpos = VekStringNpos;
-
-// Strings over a recording allocator, destroyed (and checked) at scope end.
-class Strings {
-public:
-    VekString* Make(std::string_view content)
-    {
-        strings_.emplace_back();
-        VekStringConstructCStrLen(&strings_.back(), content.data(), content.size(), alloc_);
-        return &strings_.back();
-    }
-    ~Strings()
-    {
-        for (VekString& s : strings_)
-            VekStringDestruct(&s);
-        EXPECT_TRUE(alloc_.IsClean());
-    }
-
-private:
-    RecordingAllocator alloc_;
-    std::deque<VekString> strings_;
-};
-
-struct EqualCase {
-    std::string x;
-    std::string y;
-    bool equal;
-};
-
-TEST(Equal, ComparesLengthThenBytes)
-{
-    const EqualCase cases[] = {
-        {"", "", true},
-        {"abc", "abc", true},
-        {"abc", "abd", false},
-        {"abc", "ab", false},
-        {std::string("a\0b", 3), std::string("a\0b", 3), true},
-        {std::string("a\0b", 3), std::string("a\0c", 3), false},
-        {"\xff", "\x7f", false},
-    };
-    Strings strings;
-    for (const EqualCase& c : cases) {
-        SCOPED_TRACE(testing::Message() << '"' << c.x << "\" vs \"" << c.y << '"');
-        VekString* x = strings.Make(c.x);
-        VekString* y = strings.Make(c.y);
-        EXPECT_EQ(VekStringEqual(x, y), c.equal);
-        EXPECT_EQ(VekStringEqualCStrLen(x, c.y.data(), c.y.size()), c.equal);
-        EXPECT_EQ(VekStringEqualSubstring(x, 0, kNpos, y), c.equal);
-        EXPECT_EQ(VekStringEqualSubstringCStrLen(x, 0, kNpos, c.y.data(), c.y.size()), c.equal);
-    }
-}
-
-TEST(Equal, CStrFormsMeasureWithStrlen)
-{
-    Strings strings;
-    VekString* anb = strings.Make(std::string("a\0b", 3));
-    EXPECT_FALSE(VekStringEqualCStr(anb, "a"));
-    EXPECT_TRUE(VekStringEqualCStrLen(anb, "a\0b", 3));
-    EXPECT_TRUE(VekStringEqualCStr(strings.Make(""), ""));
-    EXPECT_FALSE(VekStringEqualCStr(strings.Make("x"), ""));
-    EXPECT_TRUE(VekStringEqualSubstringCStr(strings.Make("hello"), 1, 3, "ell"));
-}
-
-TEST(Equal, OwnershipDoesNotMatter)
-{
-    Strings strings;
-    RecordingAllocator alloc;
-    VekString owned_empty;
-    vektest::MakeOwned(&owned_empty, "", 0, alloc);
-    ASSERT_TRUE(VekStringReserve(&owned_empty, 8));
-    EXPECT_TRUE(VekStringEqual(strings.Make(""), &owned_empty));
-    ReadOnlyBytes bytes("view");
-    VekString view = MakeView(bytes, alloc);
-    EXPECT_TRUE(VekStringEqual(strings.Make("view"), &view));
-    EXPECT_EQ(VekStringHash(strings.Make("view")), VekStringHash(&view));
-    VekStringDestruct(&owned_empty);
-    EXPECT_TRUE(alloc.IsClean());
-}
-
-struct SpanCase {
-    VekSizeT pos;
-    VekSizeT n;
-    std::string y;
-    bool equal;
-};
-
-TEST(EqualSubstring, ClampsPositionAndCount)
-{
-    const SpanCase cases[] = {
-        {2, kNpos, "llo", true}, {2, 2, "ll", true},   {2, 2, "llo", false}, {5, 3, "", true},
-        {6, 0, "", true},        {kNpos, 9, "", true}, {9, 9, "o", false},   {0, 0, "", true},
-    };
-    Strings strings;
-    VekString* x = strings.Make("hello");
-    for (const SpanCase& c : cases) {
-        SCOPED_TRACE(testing::Message() << "pos " << c.pos << " n " << c.n << " y " << c.y);
-        EXPECT_EQ(VekStringEqualSubstring(x, c.pos, c.n, strings.Make(c.y)), c.equal);
-        EXPECT_EQ(VekStringEqualSubstringCStr(x, c.pos, c.n, c.y.c_str()), c.equal);
-        EXPECT_EQ(VekStringEqualSubstringCStrLen(x, c.pos, c.n, c.y.data(), c.y.size()), c.equal);
-    }
-}
 
 int Sign(int v)
 {
     return (v > 0) - (v < 0);
 }
 
-struct CompareCase {
-    std::string x;
-    std::string y;
-    int sign;
-    bool exact; // the value itself is the length difference
+struct PairCase {
+    std::string x, y;
+    int order; // the sign of the comparison; 0 means equal
+    bool exact; // the result is the length difference itself
 };
 
-TEST(Compare, OrdersLikeMemcmpThenByLength)
+TEST(Compare, EqualityAndOrderAgreeInEveryForm)
 {
-    const CompareCase cases[] = {
-        {"", "", 0, true},       {"ab", "abc", -1, true},
-        {"a", "abc", -1, true},  {"abc", "ab", 1, true},
-        {"b", "abc", 1, false},  {"abc", "abd", -1, false},
-        {"\x80", "a", 1, false}, {"\xff", "\x01", 1, false},
-        {"abc", "abc", 0, true}, {std::string("a\0", 2), "a", 1, true},
+    const PairCase cases[] = {
+        {"", "", 0, true},          {"abc", "abc", 0, true},   {"ab", "abc", -1, true},
+        {"abc", "ab", 1, true},     {"b", "abc", 1, false},    {"abc", "abd", -1, false},
+        {"\x80", "a", 1, false},    {"\xff", "\x01", 1, false}, {std::string("a\0", 2), "a", 1, true},
+        {std::string("a\0b", 3), std::string("a\0b", 3), 0, true},
+        {std::string("a\0b", 3), std::string("a\0c", 3), -1, false},
     };
-    Strings strings;
-    for (const CompareCase& c : cases) {
+    for (const PairCase& c : cases) {
         SCOPED_TRACE(testing::Message() << '"' << c.x << "\" vs \"" << c.y << '"');
-        VekString* x = strings.Make(c.x);
-        const int results[] = {
-            VekStringCompare(x, strings.Make(c.y)),
-            VekStringCompareCStrLen(x, c.y.data(), c.y.size()),
-            VekStringCompareCStr(x, c.y.c_str()),
-        };
-        for (int r : results) {
-            EXPECT_EQ(Sign(r), c.sign);
-            if (c.exact) {
-                EXPECT_EQ(r, static_cast<int>(c.x.size()) - static_cast<int>(c.y.size()));
+        ReadOnlyBytes bytes(c.x), other(c.y);
+        VekString owned;
+        VekStringConstructCStrLen(&owned, c.x.data(), c.x.size(), VekAllocatorGetDefault());
+        const VekString y = MakeView(other, nullptr);
+        const VekString view = MakeView(bytes, nullptr);
+        for (const VekString* x : std::initializer_list<const VekString*>{&owned, &view}) {
+            const bool equal = c.order == 0;
+            EXPECT_EQ(VekStringEqual(x, &y), equal);
+            EXPECT_EQ(VekStringEqualCStrLen(x, c.y.data(), c.y.size()), equal);
+            EXPECT_EQ(VekStringEqualSubstring(x, 0, kNpos, &y), equal);
+            EXPECT_EQ(VekStringEqualSubstringCStrLen(x, 0, kNpos, c.y.data(), c.y.size()), equal);
+            EXPECT_EQ(VekStringHash(x) == VekStringHash(&y), equal) << "hashes of these rows differ";
+            for (const int r : {VekStringCompare(x, &y), VekStringCompareCStrLen(x, c.y.data(), c.y.size())}) {
+                EXPECT_EQ(Sign(r), c.order);
+                if (c.exact) {
+                    EXPECT_EQ(r, static_cast<int>(c.x.size()) - static_cast<int>(c.y.size()));
+                }
             }
         }
+        VekStringDestruct(&owned);
+    }
+}
+
+TEST(Compare, CStrOperandsAreMeasuredWithStrlen)
+{
+    VekString anb;
+    VekStringConstructCStrLen(&anb, "a\0b", 3, VekAllocatorGetDefault());
+    EXPECT_FALSE(VekStringEqualCStr(&anb, "a"));
+    EXPECT_GT(VekStringCompareCStr(&anb, "a"), 0);
+    EXPECT_TRUE(VekStringEqualSubstringCStr(&anb, 0, 1, "a"));
+    EXPECT_TRUE(VekStringEqualSubstringCStr(&anb, 3, 9, ""));
+    VekStringDestruct(&anb);
+}
+
+struct SpanCase {
+    VekSizeT pos, n;
+    std::string y;
+    bool equal;
+};
+
+TEST(Compare, SubstringEqualityClampsPositionAndCount)
+{
+    const SpanCase cases[] = {
+        {2, kNpos, "llo", true}, {2, 2, "ll", true},  {2, 2, "llo", false}, {5, 3, "", true},
+        {6, 0, "", true},        {kNpos, 9, "", true}, {9, 9, "o", false},   {0, 0, "", true},
+    };
+    ReadOnlyBytes hello("hello");
+    const VekString x = MakeView(hello, nullptr);
+    for (const SpanCase& c : cases) {
+        SCOPED_TRACE(testing::Message() << "pos " << c.pos << " n " << c.n << " y " << c.y);
+        const VekString y{nullptr, const_cast<char*>(c.y.c_str()), c.y.size(), 0};
+        EXPECT_EQ(VekStringEqualSubstring(&x, c.pos, c.n, &y), c.equal);
+        EXPECT_EQ(VekStringEqualSubstringCStr(&x, c.pos, c.n, c.y.c_str()), c.equal);
     }
 }
 
@@ -154,36 +96,71 @@ TEST(Compare, HugeLengthDifferenceKeepsItsSign)
 {
     // The long operand's size is faked: the common prefix is empty, so none
     // of its bytes is read.
-    RecordingAllocator alloc;
-    VekString longer{alloc, vekStringEmpty_, (VekSizeT{1} << 32) + 1, 0};
-    VekString empty{alloc, vekStringEmpty_, 0, 0};
+    const VekString longer{nullptr, vekStringEmpty_, (VekSizeT{1} << 32) + 1, 0};
+    const VekString empty{nullptr, vekStringEmpty_, 0, 0};
     EXPECT_GT(VekStringCompare(&longer, &empty), 0);
     EXPECT_LT(VekStringCompare(&empty, &longer), 0);
 }
 
-struct HashCase {
-    std::string content;
-    VekSizeT hash;
-};
-
-TEST(Hash, IsTimes33PlusSignedByteFromZero)
+TEST(Compare, HashIsTimes33PlusTheSignedByteFromZero)
 {
-    const HashCase cases[] = {
-        {"", 0}, {"abc", 108966}, {"\xff", kNpos}, {"a\xff", 3200}, {"a", 97},
+    const std::pair<std::string, VekSizeT> known[] = {
+        {"", 0}, {"a", 97}, {"abc", 108966}, {"\xff", kNpos}, {"a\xff", 3200},
     };
-    Strings strings;
-    for (const HashCase& c : cases)
-        EXPECT_EQ(VekStringHash(strings.Make(c.content)), c.hash) << c.content;
-
-    // Long content against the plain definition, with every byte value.
+    for (const auto& [content, hash] : known) {
+        const VekString s{nullptr, const_cast<char*>(content.data()), content.size(), 0};
+        EXPECT_EQ(VekStringHash(&s), hash) << content;
+    }
+    // Every length up to 300, with every byte value, against the definition.
     std::string all;
-    for (int i = 0; i < 1000; ++i)
-        all.push_back(static_cast<char>(i * 7));
-    VekSizeT expected = 0;
-    for (char b : all)
-        expected = expected * 33 +
-                   static_cast<VekSizeT>(static_cast<int64_t>(static_cast<signed char>(b)));
-    EXPECT_EQ(VekStringHash(strings.Make(all)), expected);
+    for (int i = 0; i < 300; ++i)
+        all.push_back(static_cast<char>(i * 7 + 3));
+    for (std::size_t len = 0; len <= all.size(); ++len) {
+        VekSizeT expected = 0;
+        for (std::size_t i = 0; i < len; ++i)
+            expected = expected * 33 + static_cast<VekSizeT>(static_cast<signed char>(all[i]));
+        const VekString s{nullptr, all.data(), len, 0};
+        ASSERT_EQ(VekStringHash(&s), expected) << "length " << len;
+    }
+}
+
+// The kernels take 8, 16 or 32 bytes a step; each must give the definition's
+// value: every length up to four blocks (so every split into blocks, words
+// and a masked last word), a few long runs, and the extreme bytes 0x7f and
+// 0x80, which make the largest and smallest partial sums inside the kernels,
+// each at several alignments, through every kernel this build has.
+TEST(Compare, EveryHashKernelMatchesTheDefinition)
+{
+    std::mt19937 rng(33);
+    auto random_bytes = [&rng](std::size_t len) {
+        std::string out(len, '\0');
+        for (char& c : out)
+            c = static_cast<char>(rng());
+        return out;
+    };
+    std::vector<std::string> inputs;
+    for (std::size_t len = 0; len <= 64; ++len) {
+        inputs.push_back(random_bytes(len));
+        inputs.push_back(std::string(len, '\x7f'));
+        inputs.push_back(std::string(len, '\x80'));
+    }
+    for (std::size_t len : {1000, 4099, 65536 + 13})
+        inputs.push_back(random_bytes(len));
+
+    for (const std::string& input : inputs) {
+        SCOPED_TRACE(testing::Message() << "length " << input.size());
+        VekSizeT expected = 0;
+        for (char b : input)
+            expected = expected * 33 + static_cast<VekSizeT>(static_cast<signed char>(b));
+        for (std::size_t shift : {0, 1, 7, 13}) {
+            const std::string padded = std::string(shift, '#') + input;
+            const char* bytes = padded.data() + shift;
+            EXPECT_EQ(StringHashPortable(bytes, input.size()), expected);
+#ifdef VEK_HASH_HAVE_SSE2
+            EXPECT_EQ(StringHashSse2(bytes, input.size()), expected);
+#endif
+        }
+    }
 }
 
 } // namespace

@@ -266,143 +266,123 @@ private:
     int step_ = 0;
 };
 
+// The four verbs as spans of the model: assign replaces everything, append
+// the empty span at the end, insert an empty span at pos, replace (pos, n).
+enum Verb { kAssign, kAppend, kInsert, kReplace };
+const char* const kVerbs[] = {"Assign", "Append", "Insert", "Replace"};
+
+// Each operand form with its four verbs; pos and n matter only where the
+// verb takes them.
+using StringVerb = VekString* (*)(VekString*, VekSizeT, VekSizeT, const VekString*);
+const StringVerb kWhole[] = {
+    [](VekString* x, VekSizeT, VekSizeT, const VekString* y) { return VekStringAssign(x, y); },
+    [](VekString* x, VekSizeT, VekSizeT, const VekString* y) { return VekStringAppend(x, y); },
+    [](VekString* x, VekSizeT p, VekSizeT, const VekString* y) { return VekStringInsertString(x, p, y); },
+    [](VekString* x, VekSizeT p, VekSizeT n, const VekString* y) { return VekStringReplaceString(x, p, n, y); },
+};
+using SubstringVerb = VekString* (*)(VekString*, VekSizeT, VekSizeT, const VekString*, VekSizeT, VekSizeT);
+const SubstringVerb kSubstring[] = {
+    [](VekString* x, VekSizeT, VekSizeT, const VekString* y, VekSizeT p2, VekSizeT n2) { return VekStringAssignSubstring(x, y, p2, n2); },
+    [](VekString* x, VekSizeT, VekSizeT, const VekString* y, VekSizeT p2, VekSizeT n2) { return VekStringAppendSubstring(x, y, p2, n2); },
+    [](VekString* x, VekSizeT p, VekSizeT, const VekString* y, VekSizeT p2, VekSizeT n2) { return VekStringInsertSubstring(x, p, y, p2, n2); },
+    [](VekString* x, VekSizeT p, VekSizeT n, const VekString* y, VekSizeT p2, VekSizeT n2) { return VekStringReplaceSubstring(x, p, n, y, p2, n2); },
+};
+using CStrVerb = VekString* (*)(VekString*, VekSizeT, VekSizeT, const char*);
+const CStrVerb kCStr[] = {
+    [](VekString* x, VekSizeT, VekSizeT, const char* y) { return VekStringAssignCStr(x, y); },
+    [](VekString* x, VekSizeT, VekSizeT, const char* y) { return VekStringAppendCStr(x, y); },
+    [](VekString* x, VekSizeT p, VekSizeT, const char* y) { return VekStringInsertCStr(x, p, y); },
+    [](VekString* x, VekSizeT p, VekSizeT n, const char* y) { return VekStringReplaceCStr(x, p, n, y); },
+};
+using BytesVerb = bool (*)(VekString*, VekSizeT, VekSizeT, const char*, VekSizeT);
+const BytesVerb kCStrLen[] = {
+    [](VekString* x, VekSizeT, VekSizeT, const char* y, VekSizeT l) { return VekStringAssignCStrLen(x, y, l) != nullptr; },
+    [](VekString* x, VekSizeT, VekSizeT, const char* y, VekSizeT l) { return VekStringAppendCStrLen(x, y, l) != nullptr; },
+    [](VekString* x, VekSizeT p, VekSizeT, const char* y, VekSizeT l) { return VekStringInsertCStrLen(x, p, y, l) != nullptr; },
+    [](VekString* x, VekSizeT p, VekSizeT n, const char* y, VekSizeT l) { return VekStringReplaceCStrLen(x, p, n, y, l) != nullptr; },
+};
+// The iterator forms take valid spans only: the caller checks positions.
+const BytesVerb kRange[] = {
+    [](VekString* x, VekSizeT, VekSizeT, const char* y, VekSizeT l) { return VekStringAssignRange(x, y, y + l) != nullptr; },
+    [](VekString* x, VekSizeT, VekSizeT, const char* y, VekSizeT l) { return VekStringAppendRange(x, y, y + l) != nullptr; },
+    [](VekString* x, VekSizeT p, VekSizeT, const char* y, VekSizeT l) { return VekStringInsertRange(x, x->buf + p, y, y + l) != 0; },
+    [](VekString* x, VekSizeT p, VekSizeT n, const char* y, VekSizeT l) { return VekStringReplaceRange(x, x->buf + p, x->buf + p + n, y, y + l) != nullptr; },
+};
+using CharVerb = VekString* (*)(VekString*, VekSizeT, VekSizeT, char);
+const CharVerb kChar[] = {
+    [](VekString* x, VekSizeT, VekSizeT, char c) { return VekStringAssignChar(x, c); },
+    [](VekString* x, VekSizeT, VekSizeT, char c) { return VekStringAppendChar(x, c); },
+    [](VekString* x, VekSizeT p, VekSizeT, char c) { return VekStringInsertChar(x, p, c); },
+    [](VekString* x, VekSizeT p, VekSizeT n, char c) { return VekStringReplaceChar(x, p, n, c); },
+};
+
 bool EditFuzz::Edit(VekString* x, const std::string& m, Expected* expected, std::string* name)
 {
     const VekSizeT size = m.size();
-    const VekSizeT pos = Position(size);
-    const VekSizeT n = Count(size);
-    const char c = static_cast<char>("ab\0z"[Below(4)]);
-#define EDIT(label) *name = label
-    switch (Below(26)) {
+    const Verb verb = static_cast<Verb>(Below(4));
+    const int form = static_cast<int>(Below(10));
+    // Positions may be refused, except for the iterator forms.
+    VekSizeT pos = verb == kAssign ? 0 : verb == kAppend ? size : Position(size);
+    VekSizeT n = verb == kAssign ? kNpos : verb == kReplace ? Count(size) : 0;
+    if (form == 4 && verb >= kInsert) {
+        pos = Below(size + 1);
+        n = verb == kReplace ? Below(size - pos + 1) : 0;
+    }
+    const auto replace_span = [&](const Expected& with) -> Expected {
+        return with ? Replace(m, pos, n, *with) : std::nullopt;
+    };
+    const char c = "ab\0z"[Below(4)];
+    *name = kVerbs[verb];
+    switch (form) {
     case 0: {
-        EDIT("Assign");
+        *name += "String";
         StringOperand y = RecordOperand(x);
-        *expected = Content(*y.record);
-        const bool ok = VekStringAssign(x, y.record) != nullptr;
+        *expected = replace_span(Content(*y.record));
+        const bool ok = kWhole[verb](x, pos, n, y.record) != nullptr;
         Release(y);
         return ok;
     }
     case 1: {
-        EDIT("AssignSubstring");
+        *name += "Substring";
         StringOperand y = RecordOperand(x);
-        const VekSizeT p = Position(y.record->size);
-        *expected = Sub(Content(*y.record), p, n);
-        const bool ok = VekStringAssignSubstring(x, y.record, p, n) != nullptr;
+        const VekSizeT p2 = Position(y.record->size), n2 = Count(y.record->size);
+        *expected = replace_span(Sub(Content(*y.record), p2, n2));
+        const bool ok = kSubstring[verb](x, pos, n, y.record, p2, n2) != nullptr;
         Release(y);
         return ok;
     }
     case 2: {
-        EDIT("AssignCStr");
+        *name += "CStr";
         const Operand o = CStrOperand(*x);
-        *expected = o.bytes;
-        return VekStringAssignCStr(x, o.ptr) != nullptr;
+        *expected = replace_span(o.bytes);
+        return kCStr[verb](x, pos, n, o.ptr) != nullptr;
     }
-    case 3: {
-        EDIT("AssignCStrLen/Range");
+    case 3:
+    case 4: {
+        *name += form == 3 ? "CStrLen" : "Range";
         const Operand o = PointerOperand(*x);
-        *expected = o.bytes;
-        return OneIn(2) ? VekStringAssignCStrLen(x, o.ptr, o.len) != nullptr
-                        : VekStringAssignRange(x, o.ptr, o.ptr + o.len) != nullptr;
+        *expected = replace_span(o.bytes);
+        return (form == 3 ? kCStrLen : kRange)[verb](x, pos, n, o.ptr, o.len);
     }
-    case 4:
-        EDIT("AssignChar");
-        *expected = std::string(1, c);
-        return VekStringAssignChar(x, c) != nullptr;
-    case 5: {
-        EDIT("Append");
-        StringOperand y = RecordOperand(x);
-        *expected = m + Content(*y.record);
-        const bool ok = VekStringAppend(x, y.record) != nullptr;
-        Release(y);
-        return ok;
-    }
+    case 5:
+        *name += "Char";
+        *expected = replace_span(std::string(1, c));
+        return kChar[verb](x, pos, n, c) != nullptr;
     case 6: {
-        EDIT("AppendSubstring");
-        StringOperand y = RecordOperand(x);
-        const VekSizeT p = Position(y.record->size);
-        const Expected sub = Sub(Content(*y.record), p, n);
-        *expected = sub ? Expected(m + *sub) : std::nullopt;
-        const bool ok = VekStringAppendSubstring(x, y.record, p, n) != nullptr;
-        Release(y);
-        return ok;
+        *name = "AppendN/Resize";
+        const VekSizeT count = Below(20);
+        std::string r = m;
+        if (verb < kInsert) {
+            r.append(count, c);
+            *expected = r;
+            return VekStringAppendN(x, count, c) != nullptr;
+        }
+        r.resize(count, c);
+        *expected = r;
+        return VekStringResize(x, count, &c);
     }
     case 7: {
-        EDIT("AppendCStr");
-        const Operand o = CStrOperand(*x);
-        *expected = m + o.bytes;
-        return VekStringAppendCStr(x, o.ptr) != nullptr;
-    }
-    case 8: {
-        EDIT("AppendCStrLen/Range");
-        const Operand o = PointerOperand(*x);
-        *expected = m + o.bytes;
-        return OneIn(2) ? VekStringAppendCStrLen(x, o.ptr, o.len) != nullptr
-                        : VekStringAppendRange(x, o.ptr, o.ptr + o.len) != nullptr;
-    }
-    case 9:
-        EDIT("AppendChar");
-        *expected = m + c;
-        return VekStringAppendChar(x, c) != nullptr;
-    case 10: {
-        EDIT("AppendN");
-        const VekSizeT count = Below(20);
-        *expected = m + std::string(count, c);
-        return VekStringAppendN(x, count, c) != nullptr;
-    }
-    case 11: {
-        EDIT("Resize");
-        const VekSizeT to = Below(size + 20);
-        std::string r = m;
-        r.resize(to, c);
-        *expected = r;
-        return VekStringResize(x, to, &c);
-    }
-    case 12: {
-        EDIT("ReplaceSubstring");
-        StringOperand y = RecordOperand(x);
-        const VekSizeT p2 = Position(y.record->size);
-        const VekSizeT n2 = Count(y.record->size);
-        const Expected with = Sub(Content(*y.record), p2, n2);
-        *expected = with ? Replace(m, pos, n, *with) : std::nullopt;
-        const bool ok = VekStringReplaceSubstring(x, pos, n, y.record, p2, n2) != nullptr;
-        Release(y);
-        return ok;
-    }
-    case 13: {
-        EDIT("ReplaceString");
-        StringOperand y = RecordOperand(x);
-        *expected = Replace(m, pos, n, Content(*y.record));
-        const bool ok = VekStringReplaceString(x, pos, n, y.record) != nullptr;
-        Release(y);
-        return ok;
-    }
-    case 14:
-        EDIT("ReplaceChar");
-        *expected = Replace(m, pos, n, std::string(1, c));
-        return VekStringReplaceChar(x, pos, n, c) != nullptr;
-    case 15: {
-        EDIT("ReplaceCStr");
-        const Operand o = CStrOperand(*x);
-        *expected = Replace(m, pos, n, o.bytes);
-        return VekStringReplaceCStr(x, pos, n, o.ptr) != nullptr;
-    }
-    case 16: {
-        EDIT("ReplaceCStrLen");
-        const Operand o = PointerOperand(*x);
-        *expected = Replace(m, pos, n, o.bytes);
-        return VekStringReplaceCStrLen(x, pos, n, o.ptr, o.len) != nullptr;
-    }
-    case 17: {
-        EDIT("ReplaceRange");
-        const Operand o = PointerOperand(*x);
-        const VekSizeT p = Below(size + 1);
-        const VekSizeT len = Below(size - p + 1);
-        *expected = Replace(m, p, len, o.bytes);
-        return VekStringReplaceRange(x, x->buf + p, x->buf + p + len, o.ptr, o.ptr + o.len) !=
-               nullptr;
-    }
-    case 18: {
-        EDIT("Insert");
+        *name = "InsertIterator";
         const Operand o = PointerOperand(*x);
         if (o.len == 0) {
             *expected = m;
@@ -413,66 +393,24 @@ bool EditFuzz::Edit(VekString* x, const std::string& m, Expected* expected, std:
         VekStringIterator it = VekStringInsert(x, x->buf + p, o.ptr);
         return it != nullptr && it == x->buf + p;
     }
-    case 19: {
-        EDIT("InsertRange");
-        const Operand o = PointerOperand(*x);
-        const VekSizeT p = Below(size + 1);
-        *expected = Replace(m, p, 0, o.bytes);
-        return VekStringInsertRange(x, x->buf + p, o.ptr, o.ptr + o.len);
-    }
-    case 20: {
-        EDIT("InsertSubstring/String");
-        StringOperand y = RecordOperand(x);
-        const VekSizeT p2 = Position(y.record->size);
-        const Expected with = Sub(Content(*y.record), p2, n);
-        bool ok;
-        if (OneIn(2)) {
-            *expected = with ? Replace(m, pos, 0, *with) : std::nullopt;
-            ok = VekStringInsertSubstring(x, pos, y.record, p2, n) != nullptr;
-        } else {
-            *expected = Replace(m, pos, 0, Content(*y.record));
-            ok = VekStringInsertString(x, pos, y.record) != nullptr;
-        }
-        Release(y);
-        return ok;
-    }
-    case 21: {
-        EDIT("InsertCStr/CStrLen");
-        const bool cstr = OneIn(2);
-        const Operand o = cstr ? CStrOperand(*x) : PointerOperand(*x);
-        *expected = Replace(m, pos, 0, o.bytes);
-        return cstr ? VekStringInsertCStr(x, pos, o.ptr) != nullptr
-                    : VekStringInsertCStrLen(x, pos, o.ptr, o.len) != nullptr;
-    }
-    case 22:
-        EDIT("InsertChar");
-        *expected = Replace(m, pos, 0, std::string(1, c));
-        return VekStringInsertChar(x, pos, c) != nullptr;
-    case 23: {
-        EDIT("Erase");
+    case 8:
+        *name = "EraseSubstring";
+        *expected = Replace(m, pos, n, "");
+        return VekStringEraseSubstring(x, pos, n) != nullptr;
+    default: {
+        *name = "Erase/EraseRange";
         if (size == 0) {
             *expected = m;
             return true;
         }
         const VekSizeT p = Below(size);
-        *expected = Replace(m, p, 1, "");
-        VekStringIterator it = VekStringErase(x, x->buf + p);
-        return it != nullptr && it == x->buf + p;
-    }
-    case 24:
-        EDIT("EraseSubstring");
-        *expected = Replace(m, pos, n, "");
-        return VekStringEraseSubstring(x, pos, n) != nullptr;
-    default: {
-        EDIT("EraseRange");
-        const VekSizeT p = Below(size + 1);
-        const VekSizeT len = Below(size - p + 1);
+        const VekSizeT len = verb < kInsert ? 1 : Below(size - p + 1);
         *expected = Replace(m, p, len, "");
-        VekStringIterator it = VekStringEraseRange(x, x->buf + p, x->buf + p + len);
+        VekStringIterator it = verb < kInsert ? VekStringErase(x, x->buf + p)
+                                              : VekStringEraseRange(x, x->buf + p, x->buf + p + len);
         return it != nullptr && it == x->buf + p;
     }
     }
-#undef EDIT
 }
 
 TEST(EditDifferential, MatchesStdStringOverManySeeds)

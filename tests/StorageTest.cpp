@@ -6,6 +6,7 @@
 
 namespace {
 
+using vektest::CheckFacts;
 using vektest::Content;
 using vektest::HasInvariants;
 using vektest::MakeOwned;
@@ -24,141 +25,51 @@ testing::AssertionResult IsEmptyUnowned(const VekString& s, VekAllocator* a)
     return testing::AssertionFailure() << Snapshot::Of(s);
 }
 
-struct ConstructCase {
-    const char* name;
-    std::string content;
-    VekSizeT max_size;
-    bool refuse_allocate;
-    bool succeeds;
-    const char* trace;
-};
-
-std::ostream& operator<<(std::ostream& out, const ConstructCase& c)
+// Constructs a second string from the fact's string and checks it.
+bool CopyHas(const VekString* src, const char* content, VekSizeT capacity)
 {
-    return out << c.name;
-}
-
-class ConstructCStrLen : public testing::TestWithParam<ConstructCase> {};
-
-TEST_P(ConstructCStrLen, GivesExactCapacityOrAValidEmptyString)
-{
-    const ConstructCase& c = GetParam();
-    RecordingAllocator alloc(c.max_size);
-    if (c.refuse_allocate)
-        alloc.RefuseAll();
-    VekString s;
-    const char* src = c.content.empty() ? nullptr : c.content.data();
-    VekString* r = VekStringConstructCStrLen(&s, src, c.content.size(), alloc);
-    EXPECT_EQ(alloc.Trace(), c.trace);
-    if (c.succeeds) {
-        EXPECT_EQ(r, &s);
-        EXPECT_EQ(Content(s), c.content);
-        EXPECT_EQ(s.capacity, c.content.size());
-        EXPECT_TRUE(HasInvariants(s));
-        if (c.content.empty()) {
-            EXPECT_TRUE(IsEmptyUnowned(s, alloc));
-        }
-    } else {
-        EXPECT_EQ(r, nullptr);
-        EXPECT_TRUE(IsEmptyUnowned(s, alloc));
-    }
-    alloc.ClearEvents();
-    VekStringDestruct(&s);
-    const bool owned = c.succeeds && !c.content.empty();
-    EXPECT_EQ(alloc.Trace(), owned ? std::string("-") + std::to_string(c.content.size() + 1) : "");
-    EXPECT_TRUE(alloc.IsClean());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, ConstructCStrLen,
-    testing::Values(ConstructCase{"EmptyFromNull", "", 100, false, true, ""},
-                    ConstructCase{"EmbeddedNul", std::string("a\0b", 3), 100, false, true, "+4"},
-                    ConstructCase{"JustBelowLimit", std::string(31, 'x'), 32, false, true, "+32"},
-                    ConstructCase{"AtLimit", std::string(32, 'x'), 32, false, false, ""},
-                    ConstructCase{"LimitZeroEmpty", "", 0, false, true, ""},
-                    ConstructCase{"LimitZero", "a", 0, false, false, ""},
-                    ConstructCase{"LimitOne", "a", 1, false, false, ""},
-                    ConstructCase{"AllocateRefuses", "abc", 100, true, false, "+4!"}),
-    [](const auto& info) { return info.param.name; });
-
-TEST(Construct, CStrStopsAtTheFirstNul)
-{
-    RecordingAllocator alloc;
-    VekString s;
-    ASSERT_EQ(VekStringConstructCStr(&s, "a\0b", alloc), &s);
-    EXPECT_EQ(Content(s), "a");
-    EXPECT_EQ(alloc.Trace(), "+2");
-    VekStringDestruct(&s);
-    EXPECT_TRUE(alloc.IsClean());
-}
-
-TEST(Destruct, ReleasesOnceAndZeroesTheRecord)
-{
-    RecordingAllocator alloc;
-    VekString s;
-    MakeOwned(&s, "abc", 10, alloc);
-    const char* block = s.buf;
-    alloc.ClearEvents();
-    VekStringDestruct(&s);
-    ASSERT_EQ(alloc.events().size(), 1u);
-    EXPECT_EQ(alloc.events()[0].block, block);
-    EXPECT_EQ(alloc.Trace(), "-11");
-    EXPECT_EQ(s.allocator, nullptr);
-    EXPECT_EQ(s.buf, nullptr);
-    EXPECT_EQ(s.size, 0u);
-    EXPECT_EQ(s.capacity, 0u);
-    VekStringDestruct(&s);
-    EXPECT_EQ(alloc.Trace(), "-11");
-    EXPECT_TRUE(alloc.IsClean());
-}
-
-TEST(Accessors, ReportTheRecord)
-{
-    RecordingAllocator alloc(77);
-    VekString s;
-    VekStringConstructDefault(&s, alloc);
-    EXPECT_EQ(VekStringMaxSize(&s), 77u);
-    EXPECT_EQ(VekStringGetAllocator(&s), alloc.get());
-    EXPECT_EQ(VekStringGetBuffer(&s), vekStringEmpty_);
-    EXPECT_EQ(VekStringData(&s), vekStringEmpty_);
-    VekStringConstructCStr(&s, "hey", alloc);
-    EXPECT_EQ(VekStringLength(&s), 3u);
-    EXPECT_EQ(VekStringSize(&s), 3u);
-    EXPECT_EQ(VekStringCapacity(&s), 3u);
-    EXPECT_EQ(VekStringGetBuffer(&s), s.buf + 3);
-    VekStringDestruct(&s);
-    EXPECT_TRUE(alloc.IsClean());
-}
-
-TEST(CopyConstruct, UsesTheSourceAllocatorAndFitsTheContent)
-{
-    RecordingAllocator source_alloc, other;
-    VekString src, copy;
-    MakeOwned(&src, "abc", 100, source_alloc);
-    source_alloc.ClearEvents();
-    ASSERT_EQ(VekStringConstructCopy(&copy, &src), &copy);
-    EXPECT_EQ(copy.allocator, source_alloc.get());
-    EXPECT_EQ(copy.capacity, 3u);
-    EXPECT_EQ(Content(copy), "abc");
-    EXPECT_EQ(source_alloc.Trace(), "+4");
+    VekString copy;
+    const bool ok = VekStringConstructCopy(&copy, src) != nullptr && Content(copy) == content &&
+                    copy.capacity == capacity && copy.allocator == src->allocator;
     VekStringDestruct(&copy);
+    return ok;
+}
 
-    VekString empty;
-    VekStringConstructDefault(&empty, other);
-    source_alloc.ClearEvents();
-    ASSERT_EQ(VekStringConstructCopy(&copy, &empty), &copy);
-    EXPECT_TRUE(IsEmptyUnowned(copy, other));
-    EXPECT_EQ(other.Trace(), "");
-
-    ReadOnlyBytes bytes("view");
-    VekString view = MakeView(bytes, other);
-    ASSERT_EQ(VekStringConstructCopy(&copy, &view), &copy);
-    EXPECT_EQ(Content(copy), "view");
-    EXPECT_EQ(copy.capacity, 4u);
-    VekStringDestruct(&copy);
-    VekStringDestruct(&src);
-    EXPECT_TRUE(source_alloc.IsClean());
-    EXPECT_TRUE(other.IsClean());
+TEST(Storage, Facts)
+{
+    const std::string x31(31, 'x'), x32(32, 'x');
+    CheckFacts({
+        // Construction (over an empty record, which constructing does not read).
+        {"EmptyNeedsNoBlock", "", [](auto s, auto a) { return VekStringConstructCStrLen(s, nullptr, 0, a); }, "", 0, ""},
+        {"EmbeddedNul", "", [](auto s, auto a) { return VekStringConstructCStrLen(s, "a\0b", 3, a); }, std::string("a\0b", 3), 3, "+4"},
+        {"CStrStopsAtNul", "", [](auto s, auto a) { return VekStringConstructCStr(s, "a\0b", a); }, "a", 1, "+2"},
+        {"JustBelowLimit", "", [&](auto s, auto a) { return VekStringConstructCStr(s, x31.c_str(), a); }, x31, 31, "+32", 32},
+        {"AtLimit", "", [&](auto s, auto a) { return VekStringConstructCStr(s, x32.c_str(), a); }, std::nullopt, 0, "", 32},
+        {"LimitZero", "", [](auto s, auto a) { return VekStringConstructCStr(s, "a", a); }, std::nullopt, 0, "", 0},
+        {"Refused", "", [](auto s, auto a) { return VekStringConstructCStr(s, "abc", a); }, std::nullopt, 0, "+4!", kNpos, true},
+        {"Range", "", [](auto s, auto a) { const char t[] = "range"; return VekStringConstructRange(s, t + 1, t + 4, a); }, "ang", 3, "+4"},
+        // Copies fit the content and use the source's allocator.
+        {"CopyFitsTheContent", "abc/100", [](auto s, auto) { return CopyHas(s, "abc", 3); }, "abc", 100, "+4 -4"},
+        {"CopyOfEmptyAllocatesNothing", "", [](auto s, auto) { return CopyHas(s, "", 0); }, "", 0, ""},
+        {"CopyOfViewIsOwned", "view:view", [](auto s, auto) { return CopyHas(s, "view", 4); }, "view", 0, "+5 -5"},
+        // Reserve reallocates to exactly max(size, request), even to the same capacity.
+        {"ReserveReleasesAnEmptyBlock", "/8", [](auto s, auto) { return VekStringReserve(s, 0); }, "", 0, "-9"},
+        {"ReserveShrinksToTheSize", "abc/50", [](auto s, auto) { return VekStringReserve(s, 0); }, "abc", 3, "+4 -51"},
+        {"ReserveSameCapacity", "abc/8", [](auto s, auto) { return VekStringReserve(s, 8); }, "abc", 8, "+9 -9"},
+        {"ReserveGrows", "abc", [](auto s, auto) { return VekStringReserve(s, 40); }, "abc", 40, "+41 -4"},
+        {"ReserveOnTheSharedByte", "", [](auto s, auto) { return VekStringReserve(s, 5); }, "", 5, "+6"},
+        {"ReserveNothingOnNothing", "", [](auto s, auto) { return VekStringReserve(s, 0); }, "", 0, ""},
+        {"ReserveJustBelowLimit", "abc", [](auto s, auto) { return VekStringReserve(s, 31); }, "abc", 31, "+32 -4", 32},
+        {"ReserveAtLimit", "abc", [](auto s, auto) { return VekStringReserve(s, 32); }, std::nullopt, 0, "", 32},
+        {"ReserveNpos", "abc", [](auto s, auto) { return VekStringReserve(s, kNpos); }, std::nullopt, 0, "", kNpos},
+        {"ReserveRefused", "abc/5", [](auto s, auto) { return VekStringReserve(s, 10); }, std::nullopt, 0, "+11!", kNpos, true},
+        {"ReserveCopiesAView", "view:viewed", [](auto s, auto) { return VekStringReserve(s, 2); }, "viewed", 6, "+7"},
+        // Clear keeps an owned block; ReleaseBuffer adds to the size.
+        {"ClearKeepsTheBlock", "abc/10", [](auto s, auto) { VekStringClear(s); return true; }, "", 10, ""},
+        {"ClearLetsAViewGo", "view:viewed", [](auto s, auto) { VekStringClear(s); return s->buf == vekStringEmpty_; }, "", 0, ""},
+        {"ReleaseBufferAdds", "ab/8", [](auto s, auto) { std::memcpy(VekStringGetBuffer(s), "cdef", 4); VekStringReleaseBuffer(s, 4); return true; }, "abcdef", 8, ""},
+        {"ReleaseBufferTerminates", "ab/8", [](auto s, auto) { s->buf[2] = 'X'; VekStringReleaseBuffer(s, 0); return true; }, "ab", 8, ""},
+    });
 }
 
 struct SubstringCase {
@@ -168,7 +79,7 @@ struct SubstringCase {
     std::string expected;
 };
 
-TEST(SubstringConstruct, ChecksThePositionAndClampsTheCount)
+TEST(Storage, SubstringConstructionChecksThePositionAndClampsTheCount)
 {
     const SubstringCase cases[] = {
         {0, kNpos, true, "hello"}, {1, kNpos, true, "ello"}, {1, 2, true, "el"},
@@ -180,8 +91,7 @@ TEST(SubstringConstruct, ChecksThePositionAndClampsTheCount)
     for (const SubstringCase& c : cases) {
         SCOPED_TRACE(testing::Message() << "pos " << c.pos << " n " << c.n);
         VekString s;
-        VekString* r = VekStringConstructSubstring(&s, &src, c.pos, c.n, alloc);
-        EXPECT_EQ(r, c.succeeds ? &s : nullptr);
+        EXPECT_EQ(VekStringConstructSubstring(&s, &src, c.pos, c.n, alloc), c.succeeds ? &s : nullptr);
         EXPECT_EQ(Content(s), c.expected);
         EXPECT_EQ(s.allocator, alloc.get());
         EXPECT_EQ(s.capacity, c.expected.size());
@@ -192,36 +102,46 @@ TEST(SubstringConstruct, ChecksThePositionAndClampsTheCount)
     EXPECT_TRUE(src_alloc.IsClean());
 }
 
-TEST(RangeConstruct, CopiesTheRange)
+TEST(Storage, RefusedConstructionLeavesAValidEmptyString)
+{
+    RecordingAllocator alloc(2);
+    VekString s;
+    EXPECT_EQ(VekStringConstructCStr(&s, "too long", alloc), nullptr);
+    EXPECT_TRUE(IsEmptyUnowned(s, alloc));
+    EXPECT_EQ(VekStringMaxSize(&s), 2u);
+    VekStringDestruct(&s);
+    EXPECT_EQ(alloc.Trace(), "");
+}
+
+TEST(Storage, DestructReleasesOnceAndZeroesTheRecord)
 {
     RecordingAllocator alloc;
-    const char text[] = "range";
     VekString s;
-    ASSERT_EQ(VekStringConstructRange(&s, text + 1, text + 4, alloc), &s);
-    EXPECT_EQ(Content(s), "ang");
-    EXPECT_EQ(alloc.Trace(), "+4");
+    MakeOwned(&s, "abc", 10, alloc);
+    const char* block = s.buf;
+    alloc.ClearEvents();
     VekStringDestruct(&s);
-    ASSERT_EQ(VekStringConstructRange(&s, text, text, alloc), &s);
-    EXPECT_TRUE(IsEmptyUnowned(s, alloc));
+    ASSERT_EQ(alloc.Trace(), "-11");
+    EXPECT_EQ(alloc.events()[0].block, block);
+    EXPECT_EQ(Snapshot::Of(s), (Snapshot{nullptr, nullptr, 0, 0, ""}));
+    VekStringDestruct(&s);
+    EXPECT_EQ(alloc.Trace(), "-11");
     EXPECT_TRUE(alloc.IsClean());
 }
 
-TEST(Move, TakesEverythingAndLeavesTheSourceEmptyWithItsAllocator)
+TEST(Storage, MovesTakeEverythingAndLeaveTheSourceEmptyWithItsAllocator)
 {
     RecordingAllocator a1, a2;
-    VekString src, dst;
+    VekString src, dst, other;
     MakeOwned(&src, "payload", 16, a1);
     const Snapshot before = Snapshot::Of(src);
     a1.ClearEvents();
-
     ASSERT_EQ(VekStringConstructMove(&dst, &src), &dst);
     EXPECT_EQ(Snapshot::Of(dst), before);
     EXPECT_TRUE(IsEmptyUnowned(src, a1));
-    EXPECT_EQ(a1.Trace(), "");
 
-    // Moving back onto an owned destination releases the destination's block
-    // to the destination's own allocator, even though the source uses another.
-    VekString other;
+    // Moving onto an owned destination releases its block to its own
+    // allocator, although the source uses another.
     MakeOwned(&other, "xy", 4, a2);
     const char* other_block = other.buf;
     a2.ClearEvents();
@@ -231,32 +151,19 @@ TEST(Move, TakesEverythingAndLeavesTheSourceEmptyWithItsAllocator)
     EXPECT_EQ(a1.Trace(), "");
     EXPECT_EQ(Snapshot::Of(other), before);
     EXPECT_TRUE(IsEmptyUnowned(dst, a1));
-
     ASSERT_EQ(VekStringMove(&other, &other), &other);
     EXPECT_EQ(Snapshot::Of(other), before);
 
-    VekStringDestruct(&src);
-    VekStringDestruct(&dst);
-    VekStringDestruct(&other);
-    EXPECT_EQ(a1.Trace(), "-17");
-    EXPECT_TRUE(a1.IsClean());
-    EXPECT_TRUE(a2.IsClean());
-}
-
-TEST(Swap, ExchangesAllFourFields)
-{
-    RecordingAllocator a1, a2;
-    VekString x, y;
-    MakeOwned(&x, "first", 8, a1);
-    VekStringConstructCStr(&y, "second", a2);
-    const Snapshot sx = Snapshot::Of(x), sy = Snapshot::Of(y);
-    EXPECT_TRUE(VekStringSwap(&x, &y));
-    EXPECT_EQ(Snapshot::Of(x), sy);
-    EXPECT_EQ(Snapshot::Of(y), sx);
-    EXPECT_TRUE(VekStringSwap(&x, &x));
-    EXPECT_EQ(Snapshot::Of(x), sy);
-    VekStringDestruct(&x);
-    VekStringDestruct(&y);
+    // Swap exchanges all four fields; with itself it changes nothing.
+    VekStringConstructCStr(&dst, "swapped", a2);
+    const Snapshot sd = Snapshot::Of(dst);
+    EXPECT_TRUE(VekStringSwap(&other, &dst));
+    EXPECT_EQ(Snapshot::Of(other), sd);
+    EXPECT_EQ(Snapshot::Of(dst), before);
+    EXPECT_TRUE(VekStringSwap(&dst, &dst));
+    EXPECT_EQ(Snapshot::Of(dst), before);
+    for (VekString* s : {&src, &dst, &other})
+        VekStringDestruct(s);
     EXPECT_TRUE(a1.IsClean());
     EXPECT_TRUE(a2.IsClean());
 }
@@ -266,18 +173,14 @@ VekVoidPtr NoAllocate(VekAllocator*, VekSizeT)
 {
     return nullptr;
 }
-void NoRelease(VekAllocator*, VekVoidPtr, VekSizeT)
-{
-}
+void NoRelease(VekAllocator*, VekVoidPtr, VekSizeT) {}
 
-TEST(ExternalBuffer, AdoptsBlocksOfTwoOrMoreBytes)
+TEST(Storage, ExternalBuffersOfTwoOrMoreBytesAreAdopted)
 {
     RecordingAllocator alloc;
     VekString s;
-
     VekStringConstructWithExternalBuffer(&s, nullptr, 5, 0, alloc);
     EXPECT_TRUE(IsEmptyUnowned(s, alloc));
-    EXPECT_EQ(alloc.Trace(), "");
 
     char* one = static_cast<char*>(VekAllocatorAllocate(alloc, 1));
     alloc.ClearEvents();
@@ -287,19 +190,18 @@ TEST(ExternalBuffer, AdoptsBlocksOfTwoOrMoreBytes)
 
     char* ten = static_cast<char*>(VekAllocatorAllocate(alloc, 10));
     std::memcpy(ten, "0123456789", 10);
-    alloc.ClearEvents();
     ASSERT_EQ(VekStringConstructWithExternalBuffer(&s, ten, 20, 10, alloc), &s);
     EXPECT_EQ(s.buf, ten);
-    EXPECT_EQ(s.size, 9u);
     EXPECT_EQ(s.capacity, 9u);
     EXPECT_EQ(Content(s), "012345678");
     EXPECT_TRUE(HasInvariants(s));
+    alloc.ClearEvents();
     VekStringDestruct(&s);
     EXPECT_EQ(alloc.Trace(), "-10");
     EXPECT_TRUE(alloc.IsClean());
 
     // A terminator already in place is not rewritten: the block may be
-    // read-only memory as long as nothing else needs writing.
+    // read-only as long as nothing else needs writing.
     ReadOnlyBytes frozen(std::string("abc\0efghij", 10));
     VekAllocator keeper = {NoAllocate, NoRelease, 100, nullptr};
     VekStringConstructWithExternalBuffer(&s, const_cast<char*>(frozen.data()), 3, 10, &keeper);
@@ -308,133 +210,18 @@ TEST(ExternalBuffer, AdoptsBlocksOfTwoOrMoreBytes)
     VekStringDestruct(&s);
 }
 
-struct ReserveCase {
-    const char* name;
-    std::string content;
-    VekSizeT capacity; // 0: construct without reserving
-    VekSizeT request;
-    VekSizeT max_size;
-    bool succeeds;
-    VekSizeT new_capacity;
-    const char* trace;
-};
-
-std::ostream& operator<<(std::ostream& out, const ReserveCase& c)
+TEST(Storage, AccessorsReportTheRecord)
 {
-    return out << c.name;
-}
-
-class Reserve : public testing::TestWithParam<ReserveCase> {};
-
-TEST_P(Reserve, ReallocatesToExactlyTheLargerOfRequestAndSize)
-{
-    const ReserveCase& c = GetParam();
-    RecordingAllocator alloc;
-    VekString s;
-    if (c.capacity != 0)
-        MakeOwned(&s, c.content, c.capacity, alloc);
-    else
-        VekStringConstructCStrLen(&s, c.content.data(), c.content.size(), alloc);
-    alloc.SetMaxSize(c.max_size);
-    alloc.ClearEvents();
-    const Snapshot before = Snapshot::Of(s);
-
-    EXPECT_EQ(VekStringReserve(&s, c.request), c.succeeds);
-    EXPECT_EQ(alloc.Trace(), c.trace);
-    if (c.succeeds) {
-        EXPECT_EQ(s.capacity, c.new_capacity);
-        EXPECT_EQ(Content(s), c.content);
-        EXPECT_TRUE(HasInvariants(s));
-        if (c.new_capacity == 0) {
-            EXPECT_TRUE(IsEmptyUnowned(s, alloc));
-        }
-    } else {
-        EXPECT_EQ(Snapshot::Of(s), before);
-    }
-    VekStringDestruct(&s);
-    EXPECT_TRUE(alloc.IsClean());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, Reserve,
-    testing::Values(ReserveCase{"ReleasesAnEmptyBlock", "", 8, 0, 100, true, 0, "-9"},
-                    ReserveCase{"ShrinksToTheSize", "abc", 50, 0, 100, true, 3, "+4 -51"},
-                    ReserveCase{"SameCapacityStillReallocates", "abc", 8, 8, 100, true, 8, "+9 -9"},
-                    ReserveCase{"Grows", "abc", 0, 40, 100, true, 40, "+41 -4"},
-                    ReserveCase{"OnTheSharedByte", "", 0, 5, 100, true, 5, "+6"},
-                    ReserveCase{"NothingOnNothing", "", 0, 0, 100, true, 0, ""},
-                    ReserveCase{"JustBelowLimit", "abc", 0, 31, 32, true, 31, "+32 -4"},
-                    ReserveCase{"AtLimit", "abc", 0, 32, 32, false, 0, ""},
-                    ReserveCase{"Npos", "abc", 0, kNpos, kNpos, false, 0, ""}),
-    [](const auto& info) { return info.param.name; });
-
-TEST(Reserve, RefusedAllocationChangesNothing)
-{
-    RecordingAllocator alloc;
-    VekString s;
-    MakeOwned(&s, "abc", 5, alloc);
-    const Snapshot before = Snapshot::Of(s);
-    alloc.RefuseAll();
-    alloc.ClearEvents();
-    EXPECT_FALSE(VekStringReserve(&s, 10));
-    EXPECT_EQ(alloc.Trace(), "+11!");
-    EXPECT_EQ(Snapshot::Of(s), before);
-    VekStringDestruct(&s);
-    EXPECT_TRUE(alloc.IsClean());
-}
-
-TEST(Reserve, TurnsAViewIntoAnOwnedCopy)
-{
-    RecordingAllocator alloc;
-    ReadOnlyBytes bytes("viewed");
+    RecordingAllocator alloc(77);
+    ReadOnlyBytes bytes("hey");
     VekString s = MakeView(bytes, alloc);
-    EXPECT_TRUE(VekStringReserve(&s, 2));
-    EXPECT_EQ(alloc.Trace(), "+7");
-    EXPECT_EQ(s.capacity, 6u);
-    EXPECT_EQ(Content(s), "viewed");
-    EXPECT_TRUE(HasInvariants(s));
-    VekStringDestruct(&s);
-    EXPECT_TRUE(alloc.IsClean());
-}
-
-TEST(Clear, KeepsAnOwnedBlockAndLetsAViewGo)
-{
-    RecordingAllocator alloc;
-    VekString s;
-    MakeOwned(&s, "abc", 10, alloc);
-    const char* block = s.buf;
-    alloc.ClearEvents();
-    VekStringClear(&s);
-    EXPECT_EQ(s.buf, block);
-    EXPECT_EQ(s.size, 0u);
-    EXPECT_EQ(s.capacity, 10u);
-    EXPECT_EQ(s.buf[0], '\0');
-    VekStringDestruct(&s);
-
-    ReadOnlyBytes bytes("viewed");
-    VekString view = MakeView(bytes, alloc);
-    VekStringClear(&view);
-    EXPECT_TRUE(IsEmptyUnowned(view, alloc));
-    VekStringClear(&view);
-    EXPECT_TRUE(IsEmptyUnowned(view, alloc));
-    EXPECT_EQ(alloc.Trace(), "-11");
-    EXPECT_TRUE(alloc.IsClean());
-}
-
-TEST(ReleaseBuffer, AddsToTheSizeAndTerminates)
-{
-    RecordingAllocator alloc;
-    VekString s;
-    MakeOwned(&s, "ab", 8, alloc);
-    s.buf[2] = 'X';
-    VekStringReleaseBuffer(&s, 0);
-    EXPECT_EQ(s.buf[2], '\0');
-    std::memcpy(VekStringGetBuffer(&s), "cdef", 4);
-    VekStringReleaseBuffer(&s, 4);
-    EXPECT_EQ(Content(s), "abcdef");
-    EXPECT_TRUE(HasInvariants(s));
-    VekStringDestruct(&s);
-    EXPECT_TRUE(alloc.IsClean());
+    EXPECT_EQ(VekStringMaxSize(&s), 77u);
+    EXPECT_EQ(VekStringGetAllocator(&s), alloc.get());
+    EXPECT_EQ(VekStringLength(&s), 3u);
+    EXPECT_EQ(VekStringSize(&s), 3u);
+    EXPECT_EQ(VekStringCapacity(&s), 0u);
+    EXPECT_EQ(VekStringData(&s), bytes.data());
+    EXPECT_EQ(VekStringGetBuffer(&s), bytes.data() + 3);
 }
 
 } // namespace

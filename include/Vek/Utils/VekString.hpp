@@ -153,9 +153,11 @@ public:
 
     String& assign(std::string_view text) { return Check(VekStringAssignCStrLen(&s_, text.data(), text.size())); }
     String& assign(const String& other) { return Check(VekStringAssign(&s_, &other.s_)); }
+    String& assign(const char* text) { return assign(std::string_view(text)); }
 
     String& append(std::string_view text) { return Check(VekStringAppendCStrLen(&s_, text.data(), text.size())); }
     String& append(const String& other) { return Check(VekStringAppend(&s_, &other.s_)); }
+    String& append(const char* text) { return append(std::string_view(text)); }
     String& append(size_type n, char c) { return Check(VekStringAppendN(&s_, n, c)); }
     String& appendf(const char* fmt, ...) VEK_PRINTF_FORMAT(2, 3)
     {
@@ -185,6 +187,7 @@ public:
         CheckPos(pos);
         return Check(VekStringInsertString(&s_, pos, &other.s_));
     }
+    String& insert(size_type pos, const char* text) { return insert(pos, std::string_view(text)); }
     iterator insert(const_iterator p, char c)
     {
         const iterator it = VekStringInsert(&s_, begin() + (p - begin()), &c);
@@ -202,6 +205,10 @@ public:
     {
         CheckPos(pos);
         return Check(VekStringReplaceString(&s_, pos, n, &other.s_));
+    }
+    String& replace(size_type pos, size_type n, const char* text)
+    {
+        return replace(pos, n, std::string_view(text));
     }
     // replace_all replaces every occurrence of what, left to right, all or
     // nothing. An empty what changes nothing.

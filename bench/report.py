@@ -1,0 +1,245 @@
+#!/usr/bin/python3
+"""Turns vek_bench's JSON output into docs/benchmarks.md and its chart.
+
+usage: report.py OUT.md CHART.png RUN.json...
+
+Each RUN.json is one run of vek_bench with repetitions (one per compiler).
+Every row's contenders were timed in turn within each iteration, so a ratio
+is taken within each repetition first and the report gives the median of
+those ratios; times are medians over the repetitions. The chart needs
+gnuplot; without it the tables are still written. Standard library only.
+"""
+import json
+import os
+import statistics
+import subprocess
+import sys
+from collections import defaultdict
+
+FAMILIES = {
+    "W1": "W1: appending",
+    "W2": "W2: many small strings",
+    "W3": "W3: substring search",
+    "W4": "W4: find-and-replace-all",
+    "W5": "W5: hashing",
+    "W6": "W6: Unicode conversion",
+    "W7": "W7: formatted appends",
+    "W8": "W8: character-set search",
+}
+ROLES = ("lib", "peer", "aside", "bound")
+
+
+def load_rows(path):
+    """Returns (context, rows): rows in program order, each with its
+    contenders' times per repetition."""
+    with open(path) as f:
+        data = json.load(f)
+    rows = {}
+    for entry in data["benchmarks"]:
+        if entry.get("run_type") != "iteration" or entry.get("error_occurred"):
+            continue
+        name = entry["run_name"].removesuffix("/manual_time")
+        row = rows.setdefault(name, {"name": name, "title": entry.get("label", name),
+                                     "order": entry.get("family_index", 0),
+                                     "bytes": entry.get("bytes", 0), "times": defaultdict(list),
+                                     "faults": defaultdict(list), "roles": {}, "goals": {}})
+        for key, value in entry.items():
+            kind, _, who = key.partition(":")
+            if kind in ROLES:
+                row["roles"][who] = kind
+                row["times"][who].append(value)
+            elif kind == "faults":
+                row["faults"][who].append(value)
+            elif kind in ("goal", "faultgoal"):
+                row["goals"][(kind, who)] = value
+    return data.get("context", {}), sorted(rows.values(), key=lambda r: (r["name"][:2], r["order"]))
+
+
+def who(row, role):
+    return [c for c, r in row["roles"].items() if r == role]
+
+
+def median_ratio(row, series, num, den):
+    """Median over repetitions of num's value over den's; den may be a list,
+    of which each repetition takes the smallest (the fastest peer)."""
+    dens = den if isinstance(den, list) else [den]
+    ratios = [series[num][i] / min(series[d][i] for d in dens)
+              for i in range(len(series[num]))]
+    return statistics.median(ratios)
+
+
+def fmt_time(seconds):
+    for unit, scale in (("s", 1), ("ms", 1e-3), ("µs", 1e-6), ("ns", 1e-9)):
+        if seconds >= scale:
+            return f"{seconds / scale:.3g} {unit}"
+    return f"{seconds * 1e9:.3g} ns"
+
+
+def fmt_ratio(r, digits=2):
+    return f"{r:.{digits}f}×"
+
+
+def goal_lines(row, lib):
+    lines = []
+    for (kind, target), limit in row["goals"].items():
+        series = row["faults"] if kind == "faultgoal" else row["times"]
+        peers = who(row, "peer") if target == "fastest peer" else target
+        if isinstance(peers, str) and peers not in series:
+            continue
+        measured = median_ratio(row, series, lib, peers)
+        what = "page faults" if kind == "faultgoal" else "time"
+        verdict = "met" if measured <= limit else "**missed**"
+        lines.append(f"{what} at most {fmt_ratio(limit)} {target}'s: {verdict} "
+                     f"({fmt_ratio(measured, 3)})")
+    return lines
+
+
+def family_table(rows):
+    """One table for a family: a column per contender, the library first."""
+    columns = []
+    for role in ROLES:
+        for row in rows:
+            for c in who(row, role):
+                if c not in columns:
+                    columns.append(c)
+    out = ["| Workload | " + " | ".join(columns) + " | vs fastest peer | vs bound | Goals |",
+           "|---" * (len(columns) + 4) + "|"]
+    for row in rows:
+        lib = who(row, "lib")[0]
+        peers = who(row, "peer")
+        bound = who(row, "bound")
+        cells = []
+        for c in columns:
+            if c not in row["times"]:
+                cells.append("")
+                continue
+            t = statistics.median(row["times"][c])
+            cell = fmt_time(t)
+            if c == lib and row["bytes"]:
+                cell += f" ({row['bytes'] / t / 1e9:.2f} GB/s)"
+            if c != lib:
+                cell += f" ({fmt_ratio(median_ratio(row, row['times'], lib, c))})"
+            cells.append(cell)
+        vs_peers = fmt_ratio(median_ratio(row, row["times"], lib, peers)) if peers else ""
+        vs_bound = fmt_ratio(median_ratio(row, row["times"], lib, bound[0])) if bound else ""
+        goals = "<br>".join(goal_lines(row, lib))
+        out.append(f"| {row['title']} | " + " | ".join(cells) +
+                   f" | {vs_peers} | {vs_bound} | {goals} |")
+    return out
+
+
+def faults_table(rows):
+    rows = [r for r in rows if r["faults"]]
+    if not rows:
+        return []
+    out = ["", "Page faults per run (median):", ""]
+    for row in rows:
+        parts = [f"{c} {statistics.median(v):,.0f}" for c, v in row["faults"].items()]
+        out.append(f"- {row['title']}: " + ", ".join(parts))
+    return out
+
+
+def compiler_section(context, rows):
+    out = [f"## Built with {context.get('compiler', 'an unknown compiler')}", ""]
+    by_family = defaultdict(list)
+    for row in rows:
+        by_family[row["name"].split("_")[0]].append(row)
+    for family, family_rows in by_family.items():
+        out += [f"### {FAMILIES.get(family, family)}", ""]
+        out += family_table(family_rows) + faults_table(family_rows) + [""]
+    return out
+
+
+def chart(runs, path):
+    """Horizontal bars, one per row and peer: the library's time over the
+    peer's on a log scale, green where the library is faster."""
+    lines = []
+    for context, rows in runs:
+        compiler = context.get("compiler", "").split(" ")[0]
+        for row in rows:
+            lib = who(row, "lib")[0]
+            for peer in who(row, "peer"):
+                r = median_ratio(row, row["times"], lib, peer)
+                label = f"{row['name'].split('_')[0]} {row['title']} vs {peer} ({compiler})"
+                lines.append((label.replace("\\", "\\\\").replace('"', "'"), r))
+    if not lines:
+        return False
+    data = path + ".dat"
+    with open(data, "w") as f:
+        for label, r in reversed(lines):
+            f.write(f'"{label}" {r:.4f} {0x2e8b57 if r <= 1 else 0xcd3333}\n')
+    height = 120 + 22 * len(lines)
+    ratios = [r for _, r in lines]
+    low, high = min(min(ratios), 0.5) / 1.6, max(max(ratios), 2) * 1.6
+    script = f"""
+set terminal pngcairo size 1500,{height} font "sans,9"
+set output "{path}"
+set title "VekString's time relative to each peer (below 1: VekString is faster)"
+set logscale x 2
+set termoption noenhanced
+set xrange [{low}:{high}]
+set yrange [-0.7:{len(lines) - 0.3}]
+set grid xtics
+set format x "%g×"
+set key off
+set lmargin 92
+set arrow from 1, graph 0 to 1, graph 1 nohead lc rgb "black"
+plot "{data}" using (($2 < 1) ? $2 : 1):0:(($2 < 1) ? $2 : 1):(($2 < 1) ? 1 : $2):($0 - 0.35):($0 + 0.35):3:ytic(1) \\
+         with boxxyerror fs solid 0.8 lc rgb variable, \\
+     "" using ($2 * 1.08):0:(sprintf("%.2f×", $2)) with labels left font "sans,8"
+"""
+    try:
+        subprocess.run(["gnuplot"], input=script, text=True, check=True)
+    except (OSError, subprocess.CalledProcessError) as e:
+        print(f"report.py: no chart ({e})", file=sys.stderr)
+        return False
+    finally:
+        os.remove(data)
+    return True
+
+
+def cpu_model():
+    try:
+        with open("/proc/cpuinfo") as f:
+            for line in f:
+                if line.startswith("model name"):
+                    return line.split(":", 1)[1].strip()
+    except OSError:
+        pass
+    return "unknown processor"
+
+
+def main(argv):
+    if len(argv) < 4:
+        sys.exit(__doc__)
+    out_md, out_png, inputs = argv[1], argv[2], argv[3:]
+    runs = [load_rows(p) for p in inputs]
+    context = runs[0][0]
+    reps = max((len(v) for _, rows in runs for r in rows for v in r["times"].values()), default=0)
+    md = ["# Benchmarks", "",
+          "Written by `scripts/bench`; do not edit by hand. Machine: "
+          f"{cpu_model()}, {context.get('num_cpus', '?')} cores, "
+          f"{context.get('date', '')}. Each row runs every contender on the same input, in "
+          "turn and in a fresh random order within each iteration, and Google Benchmark "
+          f"repeats the rows {reps} times, randomly interleaved. Times are medians over the "
+          "repetitions; a ratio is the library's time over another contender's (below 1: "
+          "the library is faster), taken within each repetition and then the median. Only "
+          "ratios mean much on a shared machine; the absolute times drift between runs.",
+          "", "In a peer's column the figure in brackets is the library's ratio to that peer. "
+          "*vs fastest peer* divides by the fastest peer of each repetition, *vs bound* by the "
+          "physical bound of the work (the same bytes copied or scanned once). Contenders "
+          "after the peers and before the bound are shown beside, not compared with.", ""]
+    if chart(runs, out_png):
+        md += [f"![VekString's time relative to each peer]({os.path.basename(out_png)})", ""]
+    for run_context, rows in runs:
+        md += compiler_section(run_context, rows)
+    notes = os.path.join(os.path.dirname(os.path.abspath(__file__)), "notes.md")
+    if os.path.exists(notes):
+        with open(notes) as f:
+            md += [f.read().rstrip(), ""]
+    with open(out_md, "w") as f:
+        f.write("\n".join(md))
+
+
+if __name__ == "__main__":
+    main(sys.argv)

@@ -1,0 +1,174 @@
+// VekStringHash.h - the kernels behind VekStringHash, several bytes a step.
+//
+// The hash is h = h * 33 + b over the bytes, each taken as a signed 8-bit
+// value, from h = 0, in wrapping 64-bit arithmetic. A plain loop is bound by
+// its chain of one multiply-add per byte. Unrolled over a block of k bytes the
+// same recurrence reads
+//
+//     h = h * 33^k + (b0 * 33^(k-1) + b1 * 33^(k-2) + ... + b(k-1)),
+//
+// and the weighted sum in brackets does not depend on h, so it is computed in
+// parallel, combining neighbouring bytes into pairs, pairs into quads and so
+// on, each level in lanes wide enough that no partial sum can overflow. Only
+// one multiply-add per block stays on the chain. The result is the plain
+// loop's, bit for bit, since every step is exact modulo 2^64.
+//
+// Lanes hold bytes biased to b + 128 (b XOR 0x80 reads as 0..255), so every
+// partial sum is non-negative and fits its lane; the bias comes off at the end
+// as 128 times the sum of the weights. A zero byte biases to 128 and so adds
+// exactly its share of that constant, which is what lets the last partial word
+// be masked to zeros in front of the bytes still to be hashed.
+//
+// Two block kernels: 8 bytes in a 64-bit word (any platform, and the portable
+// build), and 16 bytes in an SSE2 register, which every x86-64 processor has.
+// The tests run both against each other and against the plain definition.
+#ifndef VEK_SRC_VEKSTRINGHASH_H
+#define VEK_SRC_VEKSTRINGHASH_H
+
+#include <cstdint>
+#include <cstring>
+
+#include "Vek/Utils/SysDep/VekBaseTypes.h"
+
+#if defined(__SSE2__) && (defined(__x86_64__) || defined(_M_X64)) && !defined(VEK_PORTABLE)
+#include <emmintrin.h>
+#define VEK_HASH_HAVE_SSE2 1
+#endif
+
+// StringHashPow33(k) is 33^k modulo 2^64.
+static constexpr VekSizeT StringHashPow33(unsigned k)
+{
+    VekSizeT p = 1;
+    while (k-- != 0)
+        p *= 33;
+    return p;
+}
+
+// StringHashBias(k) is what biasing k bytes adds to their weighted sum: 128 times
+// 33^(k-1) + ... + 1, which is 4 * (33^k - 1) since 33 - 1 = 32.
+static constexpr VekSizeT StringHashBias(unsigned k)
+{
+    return 4 * (StringHashPow33(k) - 1);
+}
+
+// StringHashPlain is the definition itself, for the bytes no block covers.
+static inline VekSizeT StringHashPlain(VekSizeT hash, const char* p, VekSizeT n)
+{
+    const signed char* bytes = reinterpret_cast<const signed char*>(p);
+    for (VekSizeT i = 0; i < n; ++i)
+        hash = hash * 33 + static_cast<VekSizeT>(static_cast<int64_t>(bytes[i]));
+    return hash;
+}
+
+// StringHashLoadWord reads 8 bytes so that the first one in memory is the low byte,
+// whatever the platform's byte order.
+static inline uint64_t StringHashLoadWord(const char* p)
+{
+    uint64_t word;
+    std::memcpy(&word, p, sizeof word);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    word = __builtin_bswap64(word);
+#endif
+    return word;
+}
+
+// StringHashWordSum is the weighted sum of the 8 bytes of word (first byte weighted
+// 33^7, last 33^0), biased. Pairs fit 16-bit lanes (at most 255 * 34),
+// quads 32-bit lanes (at most 8670 * 1090), so no lane carries into the next.
+static inline VekSizeT StringHashWordSum(uint64_t word)
+{
+    constexpr uint64_t kBytes = 0x00FF00FF00FF00FFu;
+    constexpr uint64_t kPairs = 0x0000FFFF0000FFFFu;
+    word ^= 0x8080808080808080u;
+    const uint64_t pairs = (word & kBytes) * 33 + ((word >> 8) & kBytes);
+    const uint64_t quads = (pairs & kPairs) * StringHashPow33(2) + ((pairs >> 16) & kPairs);
+    return (quads & 0xFFFFFFFFu) * StringHashPow33(4) + (quads >> 32);
+}
+
+// StringHashWordStep hashes the 8 bytes at p.
+static inline VekSizeT StringHashWordStep(VekSizeT hash, const char* p)
+{
+    return hash * StringHashPow33(8) +
+           (StringHashWordSum(StringHashLoadWord(p)) - StringHashBias(8));
+}
+
+// StringHashFinish hashes [p, end) after the bytes from begin to p, a word at a time.
+// The last few bytes, when the whole run spans a word, come from one more
+// load of the run's last 8 bytes with the ones already hashed masked to zero.
+static inline VekSizeT StringHashFinish(VekSizeT hash, const char* begin, const char* p,
+                                        const char* end)
+{
+    for (; end - p >= 8; p += 8)
+        hash = StringHashWordStep(hash, p);
+    const unsigned rest = static_cast<unsigned>(end - p);
+    if (rest == 0)
+        return hash;
+    if (end - begin < 8)
+        return StringHashPlain(hash, p, rest);
+    const uint64_t word = StringHashLoadWord(end - 8) & (~uint64_t{0} << (8 * (8 - rest)));
+    return hash * StringHashPow33(rest) + (StringHashWordSum(word) - StringHashBias(8));
+}
+
+// StringHashPortable hashes n bytes with the word kernel alone.
+static inline VekSizeT StringHashPortable(const char* p, VekSizeT n)
+{
+    return StringHashFinish(0, p, p, p + n);
+}
+
+#ifdef VEK_HASH_HAVE_SSE2
+// StringHashBlockSum is the weighted sum of the 16 bytes at p (first byte
+// weighted 33^15). Bytes widen to 16-bit lanes; pmaddwd makes pairs (33, 1)
+// and, after packing back to 16 bits, quads (1089, 1); pmuludq joins quads
+// into two 64-bit sums of 8 bytes each, joined in scalar arithmetic.
+static inline VekSizeT StringHashBlockSum(const char* p)
+{
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i bytes = _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)),
+                                        _mm_set1_epi8(static_cast<char>(0x80)));
+    const __m128i pair_weights = _mm_set1_epi32(0x00010000 | 33);
+    const __m128i pairs_lo = _mm_madd_epi16(_mm_unpacklo_epi8(bytes, zero), pair_weights);
+    const __m128i pairs_hi = _mm_madd_epi16(_mm_unpackhi_epi8(bytes, zero), pair_weights);
+    const __m128i pairs = _mm_packs_epi32(pairs_lo, pairs_hi);
+    const __m128i quads =
+        _mm_madd_epi16(pairs, _mm_set1_epi32(0x00010000 | static_cast<int>(StringHashPow33(2))));
+    const __m128i words =
+        _mm_add_epi64(_mm_mul_epu32(quads, _mm_set1_epi32(static_cast<int>(StringHashPow33(4)))),
+                      _mm_srli_epi64(quads, 32));
+    const VekSizeT first = static_cast<VekSizeT>(_mm_cvtsi128_si64(words));
+    const VekSizeT second =
+        static_cast<VekSizeT>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(words, words)));
+    return first * StringHashPow33(8) + second - StringHashBias(16);
+}
+
+// StringHashSse2 hashes n bytes 32 at a time, so that the chain through the
+// hash has one multiply-add per 32 bytes whatever order the compiler adds
+// in; then 16, and the rest with the word kernel.
+static inline VekSizeT StringHashSse2(const char* p, VekSizeT n)
+{
+    const char* const end = p + n;
+    VekSizeT hash = 0;
+    const char* q = p;
+    for (; end - q >= 32; q += 32) {
+        const VekSizeT blocks =
+            StringHashBlockSum(q) * StringHashPow33(16) + StringHashBlockSum(q + 16);
+        hash = hash * StringHashPow33(32) + blocks;
+    }
+    if (end - q >= 16) {
+        hash = hash * StringHashPow33(16) + StringHashBlockSum(q);
+        q += 16;
+    }
+    return StringHashFinish(hash, p, q, end);
+}
+#endif
+
+// StringHashBytes is the best kernel this build has.
+static inline VekSizeT StringHashBytes(const char* p, VekSizeT n)
+{
+#ifdef VEK_HASH_HAVE_SSE2
+    return StringHashSse2(p, n);
+#else
+    return StringHashPortable(p, n);
+#endif
+}
+
+#endif // VEK_SRC_VEKSTRINGHASH_H
