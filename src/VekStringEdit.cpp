@@ -8,17 +8,7 @@
 // asks the engine for a block of the grown capacity laid out with the surviving
 // pieces already at their final offsets, so no byte is copied twice and no
 // temporary buffer is needed even when the operand lies inside the string.
-#include <cstdint>
-
 #include "VekStringPrivate.h"
-
-// Operands are located by address. The addresses are compared as integers
-// because an operand from another object has no defined pointer order
-// relative to this buffer.
-static inline std::uintptr_t Address(const char* p)
-{
-    return reinterpret_cast<std::uintptr_t>(p);
-}
 
 // StringStartsInContent: the operand starts within the content, [buf, buf + size).
 static inline bool StringStartsInContent(const VekString* x, const char* s)
@@ -81,24 +71,29 @@ VekString* VekStringAssignSubstring(VekString* x, const VekString* str, VekSizeT
 {
     if (!StringCheckPos(str, pos))
         return nullptr;
-    return StringDoAssign(x, str->buf + pos, StringBoundOffset(str, pos, n));
+    const VekSizeT len = StringBoundOffset(str, pos, n);
+    VEK_REQUIRE(StringOperandIsValid(x, str->buf + pos, len), kOperandInSpare);
+    return StringDoAssign(x, str->buf + pos, len);
 }
 
 VekString* VekStringAssignCStr(VekString* x, const char* str) noexcept
 {
+    VEK_REQUIRE(StringOperandIsValid(x, str, 0), kOperandInSpare);
     return StringDoAssign(x, str, VekStrLen(str));
 }
 
 VekString* VekStringAssignCStrLen(VekString* x, const char* str, VekSizeT n) noexcept
 {
+    VEK_REQUIRE(StringOperandIsValid(x, str, n), kOperandInSpare);
     return StringDoAssign(x, str, n);
 }
 
 VekString* VekStringAssignRange(VekString* x, VekStringConstIterator first,
                                 VekStringConstIterator last) noexcept
 {
-    VEK_ASSERT(first <= last, "reversed range");
+    VEK_REQUIRE(Address(first) <= Address(last), kRangeReversed);
     const VekSizeT last_offset = static_cast<VekSizeT>(last - first);
+    VEK_REQUIRE(StringOperandIsValid(x, first, last_offset), kOperandInSpare);
     return StringDoAssign(x, first, last_offset);
 }
 
@@ -150,6 +145,7 @@ static VekString* StringDoAppend(VekString* x, const char* s, VekSizeT len)
 
 VekString* VekStringAppend(VekString* x, const VekString* str) noexcept
 {
+    VEK_REQUIRE(StringOperandIsValid(x, str->buf, str->size), kOperandInSpare);
     return StringDoAppend(x, str->buf, str->size);
 }
 
@@ -158,25 +154,30 @@ VekString* VekStringAppendSubstring(VekString* x, const VekString* str, VekSizeT
 {
     if (!StringCheckPos(str, pos))
         return nullptr;
-    return StringDoAppend(x, str->buf + pos, StringBoundOffset(str, pos, n));
+    const VekSizeT len = StringBoundOffset(str, pos, n);
+    VEK_REQUIRE(StringOperandIsValid(x, str->buf + pos, len), kOperandInSpare);
+    return StringDoAppend(x, str->buf + pos, len);
 }
 
 VekString* VekStringAppendCStr(VekString* x, const char* str) noexcept
 {
+    VEK_REQUIRE(StringOperandIsValid(x, str, 0), kOperandInSpare);
     return StringDoAppend(x, str, VekStrLen(str));
 }
 
 // The parentheses keep the header's fast-path macro from expanding the name.
 VekString*(VekStringAppendCStrLen)(VekString* x, const char* str, VekSizeT n) noexcept
 {
+    VEK_REQUIRE(StringOperandIsValid(x, str, n), kOperandInSpare);
     return StringDoAppend(x, str, n);
 }
 
 VekString* VekStringAppendRange(VekString* x, VekStringConstIterator first,
                                 VekStringConstIterator last) noexcept
 {
-    VEK_ASSERT(first <= last, "reversed range");
+    VEK_REQUIRE(Address(first) <= Address(last), kRangeReversed);
     const VekSizeT last_offset = static_cast<VekSizeT>(last - first);
+    VEK_REQUIRE(StringOperandIsValid(x, first, last_offset), kOperandInSpare);
     return StringDoAppend(x, first, last_offset);
 }
 
@@ -275,6 +276,8 @@ static VekString* StringDoReplace(VekString* x, VekSizeT pos, VekSizeT len1, con
     const VekSizeT capacity = StringGrownCapacity(x, new_size);
     if (StringStartsInContent(x, s)) {
         const VekSizeT operand_offset = static_cast<VekSizeT>(s - x->buf);
+        // The operand goes to the span's position: offset and pos are not swapped.
+        // NOLINTNEXTLINE(readability-suspicious-call-argument)
         if (!StringDoReallocate3(x, capacity, 0, pos, 0, pos + len1, tail_length, pos + len2,
                                  operand_offset, len2, pos))
             return nullptr;
@@ -302,12 +305,15 @@ VekString* VekStringReplaceSubstring(VekString* x, VekSizeT pos1, VekSizeT n1, c
 {
     if (!StringCheckPos(str, pos2))
         return nullptr;
-    return StringReplaceAt(x, pos1, n1, str->buf + pos2, StringBoundOffset(str, pos2, n2));
+    const VekSizeT len2 = StringBoundOffset(str, pos2, n2);
+    VEK_REQUIRE(StringOperandIsValid(x, str->buf + pos2, len2), kOperandInSpare);
+    return StringReplaceAt(x, pos1, n1, str->buf + pos2, len2);
 }
 
 VekString* VekStringReplaceString(VekString* x, VekSizeT pos1, VekSizeT n1,
                                   const VekString* str) noexcept
 {
+    VEK_REQUIRE(StringOperandIsValid(x, str->buf, str->size), kOperandInSpare);
     return StringReplaceAt(x, pos1, n1, str->buf, str->size);
 }
 
@@ -321,19 +327,23 @@ VekString* VekStringReplaceCStr(VekString* x, VekSizeT pos1, VekSizeT n1, const 
 {
     if (!StringCheckPos(x, pos1))
         return nullptr;
+    VEK_REQUIRE(StringOperandIsValid(x, str, 0), kOperandInSpare);
     return StringDoReplace(x, pos1, StringBoundOffset(x, pos1, n1), str, VekStrLen(str));
 }
 
 VekString* VekStringReplaceCStrLen(VekString* x, VekSizeT pos1, VekSizeT n1, const char* str,
                                    VekSizeT n2) noexcept
 {
+    VEK_REQUIRE(StringOperandIsValid(x, str, n2), kOperandInSpare);
     return StringReplaceAt(x, pos1, n1, str, n2);
 }
 
 VekString* VekStringReplaceRange(VekString* x, VekStringIterator i1, VekStringIterator i2,
                                  VekStringConstIterator j1, VekStringConstIterator j2) noexcept
 {
-    VEK_ASSERT(i1 <= i2 && j1 <= j2, "reversed range");
+    VEK_REQUIRE(Address(i1) <= Address(i2) && Address(j1) <= Address(j2), kRangeReversed);
+    VEK_REQUIRE(StringIteratorsInContent(x, i1, i2), kIteratorOutside);
+    VEK_REQUIRE(StringOperandIsValid(x, j1, static_cast<VekSizeT>(j2 - j1)), kOperandInSpare);
     const VekSizeT i1_offset = static_cast<VekSizeT>(i1 - x->buf);
     const VekSizeT i2_offset = static_cast<VekSizeT>(i2 - i1);
     const VekSizeT j2_offset = static_cast<VekSizeT>(j2 - j1);
@@ -342,6 +352,8 @@ VekString* VekStringReplaceRange(VekString* x, VekStringIterator i1, VekStringIt
 
 VekStringIterator VekStringInsert(VekString* x, VekStringIterator pos, const char* c) noexcept
 {
+    VEK_REQUIRE(StringIteratorsInContent(x, pos, pos), kIteratorOutside);
+    VEK_REQUIRE(StringOperandIsValid(x, c, 1), kOperandInSpare);
     const VekSizeT pos_offset = static_cast<VekSizeT>(pos - x->buf);
     if (!StringDoReplace(x, pos_offset, 0, c, 1))
         return nullptr;
@@ -351,7 +363,10 @@ VekStringIterator VekStringInsert(VekString* x, VekStringIterator pos, const cha
 VekBool VekStringInsertRange(VekString* x, VekStringIterator pos, VekStringConstIterator first,
                              VekStringConstIterator last) noexcept
 {
-    VEK_ASSERT(first <= last, "reversed range");
+    VEK_REQUIRE(StringIteratorsInContent(x, pos, pos), kIteratorOutside);
+    VEK_REQUIRE(Address(first) <= Address(last), kRangeReversed);
+    VEK_REQUIRE(StringOperandIsValid(x, first, static_cast<VekSizeT>(last - first)),
+                kOperandInSpare);
     const VekSizeT pos_offset = static_cast<VekSizeT>(pos - x->buf);
     const VekSizeT last_offset = static_cast<VekSizeT>(last - first);
     return (VekBool)(StringDoReplace(x, pos_offset, 0, first, last_offset) != nullptr);
@@ -365,6 +380,7 @@ VekString* VekStringInsertSubstring(VekString* x, VekSizeT pos1, const VekString
 
 VekString* VekStringInsertString(VekString* x, VekSizeT pos1, const VekString* str) noexcept
 {
+    VEK_REQUIRE(StringOperandIsValid(x, str->buf, str->size), kOperandInSpare);
     return StringReplaceAt(x, pos1, 0, str->buf, str->size);
 }
 
@@ -376,6 +392,7 @@ VekString* VekStringInsertCStr(VekString* x, VekSizeT pos1, const char* str) noe
 VekString* VekStringInsertCStrLen(VekString* x, VekSizeT pos1, const char* str,
                                   VekSizeT n2) noexcept
 {
+    VEK_REQUIRE(StringOperandIsValid(x, str, n2), kOperandInSpare);
     return StringReplaceAt(x, pos1, 0, str, n2);
 }
 
@@ -411,6 +428,8 @@ static VekBool StringDoErase(VekString* x, VekSizeT pos, VekSizeT n)
 
 VekStringIterator VekStringErase(VekString* x, VekStringIterator p) noexcept
 {
+    VEK_REQUIRE(Address(p) < Address(x->buf) + x->size && StringIteratorsInContent(x, p, p),
+                kIteratorOutside);
     const VekSizeT pos = static_cast<VekSizeT>(p - x->buf);
     if (!StringDoErase(x, pos, 1))
         return nullptr;
@@ -429,7 +448,8 @@ VekString* VekStringEraseSubstring(VekString* x, VekSizeT pos, VekSizeT n) noexc
 VekStringIterator VekStringEraseRange(VekString* x, VekStringIterator b,
                                       VekStringIterator e) noexcept
 {
-    VEK_ASSERT(b <= e, "reversed range");
+    VEK_REQUIRE(Address(b) <= Address(e), kRangeReversed);
+    VEK_REQUIRE(StringIteratorsInContent(x, b, e), kIteratorOutside);
     const VekSizeT pos = static_cast<VekSizeT>(b - x->buf);
     if (!StringDoErase(x, pos, static_cast<VekSizeT>(e - b)))
         return nullptr;

@@ -12,8 +12,13 @@
 // The CoreFoundation bridge takes the framework's own UTF-8 text when it is
 // offered; otherwise it measures, makes room, and has the framework convert
 // into the buffer.
+#include <climits>
+
 #include "Vek/Utils/VekUtf8Encoding.h"
 #include "VekStringPrivate.h"
+
+// The largest byte count the CoreFoundation interface can express.
+static constexpr VekSizeT kMaxCFIndex = static_cast<VekSizeT>(LONG_MAX);
 
 template <class Unit>
 using Utf8Encoder = VekBool (*)(const Unit* input, char* output, VekSizeT outputSize,
@@ -138,7 +143,10 @@ VekString* VekStringAssignFromCFString(VekString* x, CFStringRef cfStr) noexcept
     if (VekStringCapacity(x) < utf8_len && !VekStringReserve(x, utf8_len))
         return nullptr;
     VekStringClear(x);
-    const CFIndex buffer_size = static_cast<CFIndex>(VekStringCapacity(x) + 1);
+    // The framework counts in a signed CFIndex; a block larger than it can
+    // count is offered only as far as it can count, which holds utf8_len.
+    const VekSizeT room = VekMinimum__VekSizeT(VekStringCapacity(x) + 1, kMaxCFIndex);
+    const CFIndex buffer_size = static_cast<CFIndex>(room);
     if (!CFStringGetCString(cfStr, VekStringGetBuffer(x), buffer_size, kCFStringEncodingUTF8)) {
         // The framework may have written into the block; the string stays empty.
         StringSetSizeNoCheck(x, 0);

@@ -14,15 +14,85 @@
 #ifndef VEK_SRC_VEKSTRINGPRIVATE_H
 #define VEK_SRC_VEKSTRINGPRIVATE_H
 
-#include <cassert>
+#include <cstdint>
 
 #include "Vek/Utils/VekAllocator.h"
 #include "Vek/Utils/VekStdCLib.h"
 #include "Vek/Utils/VekString.h"
 #include "Vek/Utils/VekTypes.h"
 
-// Debug-build check of a precondition the code below relies on.
-#define VEK_ASSERT(condition, message) assert((condition) && (message))
+// Checked builds (VEK_CHECKED) stop at the first broken rule with one line on
+// stderr that names the function, then abort:
+//   VEK_REQUIRE checks a caller obligation that release builds take on trust
+//     (an iterator outside the content, a reversed range, an operand in the
+//     spare capacity, ...); broken, it would read or write outside a buffer.
+//     Public functions check their obligations in their first lines.
+//   VEK_ASSERT checks an invariant of the library's own code.
+// Otherwise both compile to nothing: the condition sits in an unevaluated
+// sizeof, which keeps the names it uses "used" without running any code.
+#if defined(VEK_CHECKED) && VEK_CHECKED
+#include <cstdio>
+#include <cstdlib>
+
+[[noreturn]] static inline void StringCheckFailed(const char* function, const char* kind,
+                                                  const char* what)
+{
+    static_cast<void>(std::fprintf(stderr, "%s: %s%s\n", function, kind, what));
+    std::abort();
+}
+
+#define VEK_REQUIRE(condition, obligation)                                                         \
+    do {                                                                                           \
+        if (!(condition))                                                                          \
+            StringCheckFailed(__func__, "", obligation);                                           \
+    } while (0)
+#define VEK_ASSERT(condition, message)                                                             \
+    do {                                                                                           \
+        if (!(condition))                                                                          \
+            StringCheckFailed(__func__, "internal error: ", message);                              \
+    } while (0)
+#else
+#define VEK_REQUIRE(condition, obligation) static_cast<void>(sizeof((condition) ? 1 : 0))
+#define VEK_ASSERT(condition, message) static_cast<void>(sizeof((condition) ? 1 : 0))
+#endif
+
+// Operands are located by address. The addresses are compared as integers
+// because an operand from another object has no defined pointer order
+// relative to a string's buffer.
+static inline std::uintptr_t Address(const char* p)
+{
+    return reinterpret_cast<std::uintptr_t>(p);
+}
+
+// StringIteratorsInContent: first and last lie in [buf, buf + size] in that
+// order, as the iterators of a range of x's own content must.
+static inline bool StringIteratorsInContent(const VekString* x, const char* first, const char* last)
+{
+    return Address(x->buf) <= Address(first) && Address(first) <= Address(last) &&
+           Address(last) <= Address(x->buf) + x->size;
+}
+
+// StringOperandIsValid: an operand that starts in the content ends within
+// it, and none starts in the spare capacity behind the content, where an edit
+// may write before it reads. Where an operand from elsewhere ends is not
+// examined: a count too large for any buffer is refused later like any size
+// beyond the allocator's limit.
+static inline bool StringOperandIsValid(const VekString* x, const char* s, VekSizeT n)
+{
+    const std::uintptr_t content = Address(x->buf);
+    const std::uintptr_t content_end = content + x->size;
+    const std::uintptr_t held_end = x->capacity != 0 ? content + x->capacity + 1 : content_end;
+    const std::uintptr_t first = Address(s);
+    if (content <= first && first <= content_end)
+        return n <= content_end - first;
+    return first < content || first >= held_end;
+}
+
+// The obligations the public functions check, worded once.
+static constexpr char kRangeReversed[] = "range end before its start";
+static constexpr char kIteratorOutside[] = "iterator outside the content";
+static constexpr char kOperandInSpare[] =
+    "operand reaches into the spare capacity behind the content";
 
 static inline VekSizeT VekMaximum__VekSizeT(VekSizeT a, VekSizeT b)
 {

@@ -76,7 +76,7 @@ VekString* VekStringConstructSubstring(VekString* x, const VekString* str, VekSi
 VekString* VekStringConstructRange(VekString* x, VekStringConstIterator first,
                                    VekStringConstIterator last, VekAllocator* a) noexcept
 {
-    VEK_ASSERT(first <= last, "reversed range");
+    VEK_REQUIRE(Address(first) <= Address(last), kRangeReversed);
     return VekStringConstructCStrLen(x, first, static_cast<VekSizeT>(last - first), a);
 }
 
@@ -84,7 +84,7 @@ VekString* VekStringConstructRange(VekString* x, VekStringConstIterator first,
 // reused or destroyed.
 VekString* VekStringConstructMove(VekString* x, VekString* src) noexcept
 {
-    VEK_ASSERT(x != src, "moving a string onto itself");
+    VEK_REQUIRE(x != src, "the same record as destination and source");
     *x = *src;
     StringMakeEmpty(src);
     return x;
@@ -95,6 +95,7 @@ VekString* VekStringConstructMove(VekString* x, VekString* src) noexcept
 VekString* VekStringConstructWithExternalBuffer(VekString* x, char* buffer, VekSizeT length,
                                                 VekSizeT capacity, VekAllocator* a) noexcept
 {
+    VEK_REQUIRE(capacity == 0 || buffer != nullptr, "no block for a non-zero capacity");
     VekStringConstructDefault(x, a);
     if (capacity == 0)
         return x;
@@ -105,6 +106,9 @@ VekString* VekStringConstructWithExternalBuffer(VekString* x, char* buffer, VekS
     x->buf = buffer;
     x->capacity = capacity - 1;
     x->size = VekMinimum__VekSizeT(capacity - 1, length);
+    // A terminator already in place is not written again: the caller's block
+    // may be one whose pages should stay untouched until really written.
+    // cppcheck-suppress duplicateConditionalAssign
     if (buffer[x->size] != '\0')
         buffer[x->size] = '\0';
     return x;
@@ -149,7 +153,10 @@ void VekStringClear(VekString* x) noexcept
 
 void VekStringReleaseBuffer(VekString* x, VekSizeT buflen) noexcept
 {
-    VEK_ASSERT(buflen == 0 || (x->size <= x->capacity && buflen <= x->capacity - x->size),
-               "released beyond the buffer's room");
+    VEK_REQUIRE(buflen == 0 || x->capacity != 0,
+                "bytes announced in a string that owns no buffer (a read-only view or the "
+                "shared empty byte)");
+    VEK_REQUIRE(buflen <= x->capacity - x->size,
+                "more bytes announced than the buffer has room for");
     StringSetSize(x, x->size + buflen);
 }

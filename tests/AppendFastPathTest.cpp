@@ -1,5 +1,5 @@
-// The header's inline appends against the exported functions they stand in
-// for: in every buffer state and for every kind of operand, the macro and the
+// The header's inline appends (which the macros use unless the library is
+// checked) against the exported functions they stand in for: in every buffer state and for every kind of operand, the macro and the
 // function (called by its parenthesised name) must leave the same content,
 // capacity and allocator trace, and return the same result.
 #include "VekTestSupport.h"
@@ -26,10 +26,10 @@ struct Operand {
 VekString* Append(VekString* s, const Operand& op, bool fast)
 {
     if (op.is_char)
-        return fast ? VekStringAppendChar(s, op.bytes[0]) : (VekStringAppendChar)(s, op.bytes[0]);
+        return fast ? VekStringAppendCharInline(s, op.bytes[0]) : (VekStringAppendChar)(s, op.bytes[0]);
     const char* p = op.inside ? s->buf + 1 : op.bytes.data();
     const VekSizeT n = op.bytes.size();
-    return fast ? VekStringAppendCStrLen(s, p, n) : (VekStringAppendCStrLen)(s, p, n);
+    return fast ? VekStringAppendCStrLenInline(s, p, n) : (VekStringAppendCStrLen)(s, p, n);
 }
 
 struct Outcome {

@@ -51,6 +51,12 @@ UniChar UnitAt(CFStringRef s, CFIndex i)
 VekCFStringS_* NewString(CFIndex length, bool is8Bit)
 {
     const VekSizeT unit_size = is8Bit ? 1 : sizeof(UniChar);
+    // A length whose block size would not fit the default allocator's limit
+    // is refused before the size is computed, so the size cannot wrap.
+    const VekSizeT max_units =
+        (VekAllocatorGetDefault()->maxSize - sizeof(VekCFStringS_)) / unit_size;
+    if (static_cast<VekSizeT>(length) >= max_units)
+        return nullptr;
     const VekSizeT block_size =
         sizeof(VekCFStringS_) + (static_cast<VekSizeT>(length) + 1) * unit_size;
     void* block = VekAllocatorAllocate(VekAllocatorGetDefault(), block_size);

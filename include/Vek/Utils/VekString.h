@@ -217,8 +217,8 @@ VekString* VekStringAssignChar(VekString* x, char c) VEK_NOEXCEPT;
  * larger of the new size and twice its capacity, so n one-byte appends cost
  * about log2(n) allocations. An empty operand changes nothing at all.
  * VekStringAppendChar and VekStringAppendCStrLen are also macros that do an
- * append fitting the owned block inline (see VekStringInline.h); put the name
- * in parentheses to call the function itself.
+ * append fitting the owned block inline (see VekStringInline.h; not against a
+ * checked library); put the name in parentheses to call the function itself.
  * ------------------------------------------------------------------------ */
 
 VekString* VekStringAppend(VekString* x, const VekString* str) VEK_NOEXCEPT;

@@ -101,8 +101,12 @@ static inline VekString* VekStringAppendCStrLenInline(VekString* x, const char* 
     return (VekStringAppendCStrLen)(x, str, n);
 }
 
+/* A checked library checks every call on entry, so code built against one
+ * (VEK_CHECKED defined, as the CMake target does) calls the functions. */
+#if !defined(VEK_CHECKED) || !VEK_CHECKED
 #define VekStringAppendChar(x, c) VekStringAppendCharInline((x), (c))
 #define VekStringAppendCStrLen(x, str, n) VekStringAppendCStrLenInline((x), (str), (n))
+#endif
 
 VEK_EXTERN_C_END
 
