@@ -376,14 +376,14 @@ struct SetBytes {
     const char* y;
     VekSizeT n;
 
-    template <int kBlocks>
+    template <VekSizeT kBlocks>
     void Compare(const __m128i (&bytes)[kBlocks], __m128i (&hits)[kBlocks]) const
     {
-        for (int b = 0; b < kBlocks; ++b)
+        for (VekSizeT b = 0; b < kBlocks; ++b)
             hits[b] = _mm_setzero_si128();
         for (VekSizeT i = 0; i < n; ++i) {
             const __m128i set_byte = _mm_set1_epi8(y[i]);
-            for (int b = 0; b < kBlocks; ++b)
+            for (VekSizeT b = 0; b < kBlocks; ++b)
                 hits[b] = _mm_or_si128(hits[b], _mm_cmpeq_epi8(bytes[b], set_byte));
         }
     }
@@ -392,10 +392,10 @@ struct SetBytes {
 struct SingleByteSet {
     __m128i set_byte;
 
-    template <int kBlocks>
+    template <VekSizeT kBlocks>
     void Compare(const __m128i (&bytes)[kBlocks], __m128i (&hits)[kBlocks]) const
     {
-        for (int b = 0; b < kBlocks; ++b)
+        for (VekSizeT b = 0; b < kBlocks; ++b)
             hits[b] = _mm_cmpeq_epi8(bytes[b], set_byte);
     }
 };
@@ -411,10 +411,10 @@ struct SmallSet {
             set_bytes[i] = _mm_set1_epi8(y[i < n ? i : n - 1]);
     }
 
-    template <int kBlocks>
+    template <VekSizeT kBlocks>
     void Compare(const __m128i (&bytes)[kBlocks], __m128i (&hits)[kBlocks]) const
     {
-        for (int b = 0; b < kBlocks; ++b)
+        for (VekSizeT b = 0; b < kBlocks; ++b)
             hits[b] = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes[b], set_bytes[0]),
                                                 _mm_cmpeq_epi8(bytes[b], set_bytes[1])),
                                    _mm_or_si128(_mm_cmpeq_epi8(bytes[b], set_bytes[2]),
@@ -436,13 +436,13 @@ template <typename Scan> static inline VekSizeT WithSet(const char* y, VekSizeT 
 // holds 0xFF for a byte equal to some set byte. Whether any byte qualifies
 // takes one movemask of all the blocks combined; which one it is, the exact
 // mask, is worked out only for the step that ends the search.
-template <int kBlocks, Wanted kWanted> struct SetComparison {
+template <VekSizeT kBlocks, Wanted kWanted> struct SetComparison {
     __m128i hits[kBlocks];
 
     template <typename Set> SetComparison(const char* p, const Set& set)
     {
         __m128i bytes[kBlocks];
-        for (int b = 0; b < kBlocks; ++b)
+        for (VekSizeT b = 0; b < kBlocks; ++b)
             bytes[b] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16 * b));
         set.Compare(bytes, hits);
     }
@@ -451,7 +451,7 @@ template <int kBlocks, Wanted kWanted> struct SetComparison {
     bool AnyQualifies() const
     {
         __m128i all = hits[0];
-        for (int b = 1; b < kBlocks; ++b)
+        for (VekSizeT b = 1; b < kBlocks; ++b)
             all = kWanted == Wanted::kInSet ? _mm_or_si128(all, hits[b])
                                             : _mm_and_si128(all, hits[b]);
         const int mask = _mm_movemask_epi8(all);
@@ -462,7 +462,7 @@ template <int kBlocks, Wanted kWanted> struct SetComparison {
     std::uint64_t Mask() const
     {
         std::uint64_t mask = 0;
-        for (int b = 0; b < kBlocks; ++b)
+        for (VekSizeT b = 0; b < kBlocks; ++b)
             mask |= static_cast<std::uint64_t>(static_cast<unsigned>(_mm_movemask_epi8(hits[b])))
                     << (16 * b);
         if (kWanted == Wanted::kOutsideSet)
