@@ -418,7 +418,8 @@ VekSizeT VekStringHash(const VekString* x) VEK_NOEXCEPT;
  * it. The set's order and repetitions do not matter, and every form gives the
  * CStrLen result for its set (Char: the one-byte set). The backward searches
  * come only with a CStrLen set or a single byte. Cost: at most (bytes
- * examined) x (set size) comparisons; nothing is allocated and nothing fails.
+ * examined) x (set size) byte comparisons, made 16 bytes at a time on x86-64;
+ * no table is built from the set, nothing is allocated and nothing fails.
  * ------------------------------------------------------------------------ */
 
 VekSizeT VekStringFindFirstOf(const VekString* x, VekSizeT pos, const VekString* y) VEK_NOEXCEPT;
@@ -451,8 +452,10 @@ VekSizeT VekStringFindLastNotOfChar(const VekString* x, VekSizeT pos, char c) VE
  * without pos search the whole string (Find from 0, RFind from VekStringNpos).
  * A CStr needle is measured with strlen; CStrLen and VekString needles may
  * hold NUL. Find hands the rest of the string to the C library's memmem in one
- * call; RFind makes one memcmp per candidate start, at most pos + 1 of them.
- * The searches read only buf and size, allocate nothing and cannot fail.
+ * call. RFind rules out the candidate starts whose first or last byte differs
+ * from the needle's (16 at a time on x86-64) and confirms each other one with
+ * one memcmp, at most pos + 1 of them. The searches read only buf and size,
+ * allocate nothing and cannot fail.
  * ------------------------------------------------------------------------ */
 
 VekSizeT VekStringFindFromPosCStrLen(const VekString* x, VekSizeT pos, const char* y,
@@ -485,9 +488,15 @@ VekSizeT VekStringRFind(const VekString* x, const VekString* y) VEK_NOEXCEPT;
  * and calls the allocator not at all: an empty needle stands at every
  * position, so replacing it everywhere would never end.
  *
- * Cost: one copy of x, then per occurrence one search and one replacement
- * that moves the bytes behind it, so time grows with occurrences x length.
- * The copy grows by doubling; a replace no longer than find never allocates.
+ * Cost: linear in the size of x plus that of the result. x is searched once,
+ * left to right, and each byte of the result is written once into the copy's
+ * block; when a replacement does not fit, the block grows to the larger of
+ * the size needed and twice its capacity and carries over what has been
+ * written. The allocator calls are exactly those of copying x and then
+ * replacing one occurrence after another in the copy: one allocate of size +
+ * 1 bytes for the copy (none for an empty x), one allocate and one release
+ * per growth, and last the release of x's former block, if it owned one. A
+ * replace no longer than find never grows the copy.
  */
 VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
                                    const VekString* replace) VEK_NOEXCEPT;
