@@ -119,8 +119,8 @@ VekString* VekStringConstructCopy(VekString* x, const VekString* src) VEK_NOEXCE
 
 /* VekStringConstructSubstring copies at most n bytes of str from pos, with
  * allocator a. pos == size gives an empty string; pos > size fails. */
-VekString* VekStringConstructSubstring(VekString* x, const VekString* str, VekSizeT pos,
-                                       VekSizeT n, VekAllocator* a) VEK_NOEXCEPT;
+VekString* VekStringConstructSubstring(VekString* x, const VekString* str, VekSizeT pos, VekSizeT n,
+                                       VekAllocator* a) VEK_NOEXCEPT;
 
 /* VekStringConstructRange copies the bytes [first, last). */
 VekString* VekStringConstructRange(VekString* x, VekStringConstIterator first,
@@ -249,9 +249,8 @@ VekBool VekStringResize(VekString* x, VekSizeT n, const char* c) VEK_NOEXCEPT;
  * position fails before a C-string operand is read.
  * ------------------------------------------------------------------------ */
 
-VekString* VekStringReplaceSubstring(VekString* x, VekSizeT pos1, VekSizeT n1,
-                                     const VekString* str, VekSizeT pos2,
-                                     VekSizeT n2) VEK_NOEXCEPT;
+VekString* VekStringReplaceSubstring(VekString* x, VekSizeT pos1, VekSizeT n1, const VekString* str,
+                                     VekSizeT pos2, VekSizeT n2) VEK_NOEXCEPT;
 VekString* VekStringReplaceString(VekString* x, VekSizeT pos1, VekSizeT n1,
                                   const VekString* str) VEK_NOEXCEPT;
 VekString* VekStringReplaceChar(VekString* x, VekSizeT pos1, VekSizeT n1, char c) VEK_NOEXCEPT;
@@ -262,8 +261,7 @@ VekString* VekStringReplaceCStrLen(VekString* x, VekSizeT pos1, VekSizeT n1, con
                                    VekSizeT n2) VEK_NOEXCEPT;
 /* VekStringReplaceRange replaces [i1, i2) of x by [j1, j2). */
 VekString* VekStringReplaceRange(VekString* x, VekStringIterator i1, VekStringIterator i2,
-                                 VekStringConstIterator j1,
-                                 VekStringConstIterator j2) VEK_NOEXCEPT;
+                                 VekStringConstIterator j1, VekStringConstIterator j2) VEK_NOEXCEPT;
 
 /* VekStringInsert inserts the byte *c before pos and returns an iterator at the
  * inserted byte in the buffer that holds the content afterwards, or NULL.
@@ -344,8 +342,8 @@ VekStringIterator VekStringEraseRange(VekString* x, VekStringIterator b,
 
 /* VekStringConstructFormatted constructs x holding the output, with allocator
  * a, which comes before the format here and last in the va_list form. */
-VekString* VekStringConstructFormatted(VekString* x, VekAllocator* a, const char* fmt, ...)
-    VEK_NOEXCEPT VEK_PRINTF_FORMAT(3, 4);
+VekString* VekStringConstructFormatted(VekString* x, VekAllocator* a, const char* fmt,
+                                       ...) VEK_NOEXCEPT VEK_PRINTF_FORMAT(3, 4);
 VekString* VekStringConstructVFormatted(VekString* x, const char* fmt, va_list args,
                                         VekAllocator* a) VEK_NOEXCEPT;
 /* VekStringAssignFormatted replaces the whole content by the output. An empty
@@ -365,8 +363,8 @@ VekString* VekStringInsertVFormatted(VekString* x, VekSizeT pos, const char* fmt
                                      va_list args) VEK_NOEXCEPT;
 /* VekStringReplaceFormatted replaces at most n bytes from pos by the output
  * (VekStringNpos: to the end); pos > size fails. */
-VekString* VekStringReplaceFormatted(VekString* x, VekSizeT pos, VekSizeT n, const char* fmt, ...)
-    VEK_NOEXCEPT VEK_PRINTF_FORMAT(4, 5);
+VekString* VekStringReplaceFormatted(VekString* x, VekSizeT pos, VekSizeT n, const char* fmt,
+                                     ...) VEK_NOEXCEPT VEK_PRINTF_FORMAT(4, 5);
 VekString* VekStringReplaceVFormatted(VekString* x, VekSizeT pos, VekSizeT n, const char* fmt,
                                       va_list args) VEK_NOEXCEPT;
 
@@ -427,13 +425,11 @@ VekSizeT VekStringFindFirstOfCStrLen(const VekString* x, VekSizeT pos, const cha
                                      VekSizeT n) VEK_NOEXCEPT;
 VekSizeT VekStringFindFirstOfChar(const VekString* x, VekSizeT pos, char c) VEK_NOEXCEPT;
 VekSizeT VekStringFindFirstOfCStr(const VekString* x, VekSizeT pos, const char* y) VEK_NOEXCEPT;
-VekSizeT VekStringFindFirstNotOf(const VekString* x, VekSizeT pos,
-                                 const VekString* y) VEK_NOEXCEPT;
+VekSizeT VekStringFindFirstNotOf(const VekString* x, VekSizeT pos, const VekString* y) VEK_NOEXCEPT;
 VekSizeT VekStringFindFirstNotOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
                                         VekSizeT n) VEK_NOEXCEPT;
 VekSizeT VekStringFindFirstNotOfChar(const VekString* x, VekSizeT pos, char c) VEK_NOEXCEPT;
-VekSizeT VekStringFindFirstNotOfCStr(const VekString* x, VekSizeT pos,
-                                     const char* y) VEK_NOEXCEPT;
+VekSizeT VekStringFindFirstNotOfCStr(const VekString* x, VekSizeT pos, const char* y) VEK_NOEXCEPT;
 VekSizeT VekStringFindLastOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
                                     VekSizeT n) VEK_NOEXCEPT;
 VekSizeT VekStringFindLastOfChar(const VekString* x, VekSizeT pos, char c) VEK_NOEXCEPT;
