@@ -30,8 +30,12 @@
  * failure; the few others say what they return. A failure leaves the string
  * exactly as it was (fields, content, terminator, ownership) unless its family
  * says otherwise. Failures are: an allocation refused (the allocator's limit or
- * allocate returning NULL), a position beyond the end, and, for the encoding
- * family, input the codec refuses. Nothing logs and nothing aborts.
+ * allocate returning NULL), a position beyond the end, for the formatted
+ * family output the formatter cannot produce, and for the encoding family
+ * input the codec refuses. Nothing logs and nothing aborts; only a library
+ * built with VEK_CHECKED stops, with a one-line message, when a caller breaks
+ * an obligation that release builds take on trust (an iterator outside the
+ * content, an operand in the spare capacity, and the like).
  *
  * Allocation. Every buffer comes from the string's allocator with the byte
  * count capacity + 1 and goes back with the same count. A capacity c is granted
