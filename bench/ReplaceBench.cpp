@@ -1,5 +1,5 @@
 // ReplaceBench.cpp - W4: replacing every occurrence of a pattern in 1 MiB of
-// text. Measurement only for now.
+// text.
 //
 // The text is the usual words (which never spell "ab", "needle" or "zebra")
 // with "ab" written over it every 100 bytes and "needle" every 1000. Each run

@@ -42,7 +42,8 @@ static int LoadFile(VekString* text, const char* path, VekAllocator* a)
     FILE* f = fopen(path, "rb");
     long length;
     char* block;
-    if (f == NULL || fseek(f, 0, SEEK_END) != 0 || (length = ftell(f)) < 0 || fseek(f, 0, SEEK_SET) != 0) {
+    if (f == NULL || fseek(f, 0, SEEK_END) != 0 || (length = ftell(f)) < 0 ||
+        fseek(f, 0, SEEK_SET) != 0) {
         if (f != NULL)
             fclose(f);
         return 0;
@@ -109,7 +110,8 @@ static void Report(const VekString* text, VekAllocator* a)
     puts("A report built with formatted appends");
     VekStringConstructFormatted(&report, a, "%-8s %s\n", "word", "count");
     for (i = 0; i < sizeof words / sizeof words[0]; ++i)
-        VekStringAppendFormatted(&report, "%-8s %5llu\n", words[i], (unsigned long long)Count(text, words[i]));
+        VekStringAppendFormatted(&report, "%-8s %5llu\n", words[i],
+                                 (unsigned long long)Count(text, words[i]));
     fputs(VekStringData(&report), stdout);
     Show("the report itself:", &report);
     printf("  its hash: %llu\n", (unsigned long long)VekStringHash(&report));
@@ -157,7 +159,8 @@ static void Utf16RoundTrip(const VekString* text, VekAllocator* a)
 
 static void CoreFoundationBridge(VekAllocator* a)
 {
-    CFStringRef cf = CFStringCreateWithCString(kCFAllocatorDefault, "na\xC3\xAFve", kCFStringEncodingUTF8);
+    CFStringRef cf =
+        CFStringCreateWithCString(kCFAllocatorDefault, "na\xC3\xAFve", kCFStringEncodingUTF8);
     VekString s;
 
     puts("From a CoreFoundation string");
@@ -212,7 +215,8 @@ static void Refusal(void)
     VekStringConstructCStr(&s, "log:", &small);
     while (VekStringAppendCStr(&s, " west") != NULL)
         ++appends;
-    printf("  %d appends succeeded; the next needed a capacity of 64 or more and was refused\n", appends);
+    printf("  %d appends succeeded; the next needed a capacity of 64 or more and was refused\n",
+           appends);
     Show("the string is as it was:", &s);
     VekStringDestruct(&s);
 }

@@ -19,7 +19,8 @@ void Show(const char* label, const vek::String& s)
     const auto line_end = s.find('\n');
     const int shown = static_cast<int>(std::min<std::size_t>({48, line_end, s.size()}));
     std::printf("  %-30s \"%.*s%s\" (size %llu, capacity %llu)\n", label, shown, s.data(),
-                shown < static_cast<int>(s.size()) ? "..." : "", static_cast<unsigned long long>(s.size()),
+                shown < static_cast<int>(s.size()) ? "..." : "",
+                static_cast<unsigned long long>(s.size()),
                 static_cast<unsigned long long>(s.capacity()));
 }
 
@@ -92,8 +93,8 @@ int main(int argc, char** argv)
     const auto at = text.find("Grüße");
     const vek::String line(LineAt(text, at == vek::String::npos ? 0 : at));
     const std::u16string wide = line.to_utf16();
-    std::printf("  %zu UTF-8 bytes, %zu UTF-16 units, back the same: %d\n", static_cast<std::size_t>(line.size()),
-                wide.size(), vek::String(wide) == line);
+    std::printf("  %zu UTF-8 bytes, %zu UTF-16 units, back the same: %d\n",
+                static_cast<std::size_t>(line.size()), wide.size(), vek::String(wide) == line);
 
     std::puts("An allocator that refuses: std::bad_alloc, string unchanged");
     VekAllocator small = {SmallAllocate, SmallDeallocate, 64, nullptr};

@@ -16,7 +16,7 @@
 namespace {
 
 constexpr VekSizeT kLargestPooled = 4096;
-constexpr VekSizeT kSlabSize = 64 * 1024;
+constexpr VekSizeT kSlabSize = VekSizeT{64} * 1024;
 // Slabs and large blocks start with a link; this much room keeps what follows
 // aligned to 16 bytes.
 constexpr VekSizeT kHeaderSize = 16;

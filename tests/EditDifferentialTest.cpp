@@ -9,7 +9,8 @@
 // exactly max(new size, 2 x old capacity) with one allocate and (for an owned
 // block) one release; and a step run under a refusing allocator either
 // succeeded without allocating or failed leaving the string byte for byte as
-// it was.
+// it was. The appending verbs also run through the header's inline fast
+// paths, which must be indistinguishable from the functions.
 #include "VekTestSupport.h"
 
 #include <memory>
@@ -277,36 +278,67 @@ using StringVerb = VekString* (*)(VekString*, VekSizeT, VekSizeT, const VekStrin
 const StringVerb kWhole[] = {
     [](VekString* x, VekSizeT, VekSizeT, const VekString* y) { return VekStringAssign(x, y); },
     [](VekString* x, VekSizeT, VekSizeT, const VekString* y) { return VekStringAppend(x, y); },
-    [](VekString* x, VekSizeT p, VekSizeT, const VekString* y) { return VekStringInsertString(x, p, y); },
-    [](VekString* x, VekSizeT p, VekSizeT n, const VekString* y) { return VekStringReplaceString(x, p, n, y); },
+    [](VekString* x, VekSizeT p, VekSizeT, const VekString* y) {
+        return VekStringInsertString(x, p, y);
+    },
+    [](VekString* x, VekSizeT p, VekSizeT n, const VekString* y) {
+        return VekStringReplaceString(x, p, n, y);
+    },
 };
-using SubstringVerb = VekString* (*)(VekString*, VekSizeT, VekSizeT, const VekString*, VekSizeT, VekSizeT);
+using SubstringVerb = VekString* (*)(VekString*, VekSizeT, VekSizeT, const VekString*, VekSizeT,
+                                     VekSizeT);
 const SubstringVerb kSubstring[] = {
-    [](VekString* x, VekSizeT, VekSizeT, const VekString* y, VekSizeT p2, VekSizeT n2) { return VekStringAssignSubstring(x, y, p2, n2); },
-    [](VekString* x, VekSizeT, VekSizeT, const VekString* y, VekSizeT p2, VekSizeT n2) { return VekStringAppendSubstring(x, y, p2, n2); },
-    [](VekString* x, VekSizeT p, VekSizeT, const VekString* y, VekSizeT p2, VekSizeT n2) { return VekStringInsertSubstring(x, p, y, p2, n2); },
-    [](VekString* x, VekSizeT p, VekSizeT n, const VekString* y, VekSizeT p2, VekSizeT n2) { return VekStringReplaceSubstring(x, p, n, y, p2, n2); },
+    [](VekString* x, VekSizeT, VekSizeT, const VekString* y, VekSizeT p2, VekSizeT n2) {
+        return VekStringAssignSubstring(x, y, p2, n2);
+    },
+    [](VekString* x, VekSizeT, VekSizeT, const VekString* y, VekSizeT p2, VekSizeT n2) {
+        return VekStringAppendSubstring(x, y, p2, n2);
+    },
+    [](VekString* x, VekSizeT p, VekSizeT, const VekString* y, VekSizeT p2, VekSizeT n2) {
+        return VekStringInsertSubstring(x, p, y, p2, n2);
+    },
+    [](VekString* x, VekSizeT p, VekSizeT n, const VekString* y, VekSizeT p2, VekSizeT n2) {
+        return VekStringReplaceSubstring(x, p, n, y, p2, n2);
+    },
 };
 using CStrVerb = VekString* (*)(VekString*, VekSizeT, VekSizeT, const char*);
 const CStrVerb kCStr[] = {
     [](VekString* x, VekSizeT, VekSizeT, const char* y) { return VekStringAssignCStr(x, y); },
     [](VekString* x, VekSizeT, VekSizeT, const char* y) { return VekStringAppendCStr(x, y); },
     [](VekString* x, VekSizeT p, VekSizeT, const char* y) { return VekStringInsertCStr(x, p, y); },
-    [](VekString* x, VekSizeT p, VekSizeT n, const char* y) { return VekStringReplaceCStr(x, p, n, y); },
+    [](VekString* x, VekSizeT p, VekSizeT n, const char* y) {
+        return VekStringReplaceCStr(x, p, n, y);
+    },
 };
 using BytesVerb = bool (*)(VekString*, VekSizeT, VekSizeT, const char*, VekSizeT);
 const BytesVerb kCStrLen[] = {
-    [](VekString* x, VekSizeT, VekSizeT, const char* y, VekSizeT l) { return VekStringAssignCStrLen(x, y, l) != nullptr; },
-    [](VekString* x, VekSizeT, VekSizeT, const char* y, VekSizeT l) { return VekStringAppendCStrLen(x, y, l) != nullptr; },
-    [](VekString* x, VekSizeT p, VekSizeT, const char* y, VekSizeT l) { return VekStringInsertCStrLen(x, p, y, l) != nullptr; },
-    [](VekString* x, VekSizeT p, VekSizeT n, const char* y, VekSizeT l) { return VekStringReplaceCStrLen(x, p, n, y, l) != nullptr; },
+    [](VekString* x, VekSizeT, VekSizeT, const char* y, VekSizeT l) {
+        return VekStringAssignCStrLen(x, y, l) != nullptr;
+    },
+    [](VekString* x, VekSizeT, VekSizeT, const char* y, VekSizeT l) {
+        return VekStringAppendCStrLen(x, y, l) != nullptr;
+    },
+    [](VekString* x, VekSizeT p, VekSizeT, const char* y, VekSizeT l) {
+        return VekStringInsertCStrLen(x, p, y, l) != nullptr;
+    },
+    [](VekString* x, VekSizeT p, VekSizeT n, const char* y, VekSizeT l) {
+        return VekStringReplaceCStrLen(x, p, n, y, l) != nullptr;
+    },
 };
 // The iterator forms take valid spans only: the caller checks positions.
 const BytesVerb kRange[] = {
-    [](VekString* x, VekSizeT, VekSizeT, const char* y, VekSizeT l) { return VekStringAssignRange(x, y, y + l) != nullptr; },
-    [](VekString* x, VekSizeT, VekSizeT, const char* y, VekSizeT l) { return VekStringAppendRange(x, y, y + l) != nullptr; },
-    [](VekString* x, VekSizeT p, VekSizeT, const char* y, VekSizeT l) { return VekStringInsertRange(x, x->buf + p, y, y + l) != 0; },
-    [](VekString* x, VekSizeT p, VekSizeT n, const char* y, VekSizeT l) { return VekStringReplaceRange(x, x->buf + p, x->buf + p + n, y, y + l) != nullptr; },
+    [](VekString* x, VekSizeT, VekSizeT, const char* y, VekSizeT l) {
+        return VekStringAssignRange(x, y, y + l) != nullptr;
+    },
+    [](VekString* x, VekSizeT, VekSizeT, const char* y, VekSizeT l) {
+        return VekStringAppendRange(x, y, y + l) != nullptr;
+    },
+    [](VekString* x, VekSizeT p, VekSizeT, const char* y, VekSizeT l) {
+        return VekStringInsertRange(x, x->buf + p, y, y + l) != 0;
+    },
+    [](VekString* x, VekSizeT p, VekSizeT n, const char* y, VekSizeT l) {
+        return VekStringReplaceRange(x, x->buf + p, x->buf + p + n, y, y + l) != nullptr;
+    },
 };
 using CharVerb = VekString* (*)(VekString*, VekSizeT, VekSizeT, char);
 const CharVerb kChar[] = {
@@ -362,11 +394,19 @@ bool EditFuzz::Edit(VekString* x, const std::string& m, Expected* expected, std:
         *name += form == 3 ? "CStrLen" : "Range";
         const Operand o = PointerOperand(*x);
         *expected = replace_span(o.bytes);
+        if (form == 3 && verb == kAppend && OneIn(2)) { // the header's inline fast path
+            *name += "Inline";
+            return VekStringAppendCStrLenInline(x, o.ptr, o.len) != nullptr;
+        }
         return (form == 3 ? kCStrLen : kRange)[verb](x, pos, n, o.ptr, o.len);
     }
     case 5:
         *name += "Char";
         *expected = replace_span(std::string(1, c));
+        if (verb == kAppend && OneIn(2)) { // the header's inline fast path
+            *name += "Inline";
+            return VekStringAppendCharInline(x, c) != nullptr;
+        }
         return kChar[verb](x, pos, n, c) != nullptr;
     case 6: {
         *name = "AppendN/Resize";
@@ -406,8 +446,9 @@ bool EditFuzz::Edit(VekString* x, const std::string& m, Expected* expected, std:
         const VekSizeT p = Below(size);
         const VekSizeT len = verb < kInsert ? 1 : Below(size - p + 1);
         *expected = Replace(m, p, len, "");
-        VekStringIterator it = verb < kInsert ? VekStringErase(x, x->buf + p)
-                                              : VekStringEraseRange(x, x->buf + p, x->buf + p + len);
+        VekStringIterator it = verb < kInsert
+                                   ? VekStringErase(x, x->buf + p)
+                                   : VekStringEraseRange(x, x->buf + p, x->buf + p + len);
         return it != nullptr && it == x->buf + p;
     }
     }

@@ -21,6 +21,7 @@ auto SelfReplace(VekSizeT pos1, VekSizeT n1, VekSizeT pos2, VekSizeT n2)
 
 TEST(Edit, ReplacementFromTheStringItself)
 {
+    // clang-format off
     CheckFacts({
         // In place: every overlap case, no allocator call.
         {"LongerFromTheTail", "abcdef/16", SelfReplace(1, 1, 3, 3), "adefcdef", 16, ""},
@@ -36,11 +37,13 @@ TEST(Edit, ReplacementFromTheStringItself)
         {"GrowFromBefore", "abcdef", SelfReplace(3, 1, 0, 2), "abcabef", 12, "+13 -7"},
         {"GrowFromAView", "view:abcdef", SelfReplace(0, 1, 5, 1), "fbcdef", 6, "+7"},
     });
+    // clang-format on
 }
 
 TEST(Edit, GrowthRuleAndLimit)
 {
     const std::string z25(25, 'z');
+    // clang-format off
     CheckFacts({
         {"AppendOneDoubles", "0123456789", [](auto s, auto) { return VekStringAppendChar(s, 'x'); }, "0123456789x", 20, "+21 -11"},
         {"AppendManyTakesWhatItNeeds", "0123456789", [&](auto s, auto) { return VekStringAppendCStr(s, z25.c_str()); }, "0123456789" + z25, 35, "+36 -11"},
@@ -66,10 +69,12 @@ TEST(Edit, GrowthRuleAndLimit)
         {"AppendNNearNpos", "0123456789", [](auto s, auto) { return VekStringAppendN(s, kNpos - 5, 'x'); }, std::nullopt, 0, "", kNpos},
         {"InsertNearNpos", "0123456789", [](auto s, auto) { return VekStringInsertCStrLen(s, 0, "", kNpos - 5); }, std::nullopt, 0, "", kNpos},
     });
+    // clang-format on
 }
 
 TEST(Edit, ViewsAreCopiedBeforeAnyWriteAndNeverReleased)
 {
+    // clang-format off
     CheckFacts({
         {"EraseMiddle", "view:0123456789", [](auto s, auto) { return VekStringEraseSubstring(s, 2, 3); }, "0156789", 7, "+8"},
         {"AssignOwnBytes", "view:0123456789", [](auto s, auto) { return VekStringAssignSubstring(s, s, 1, 2); }, "12", 2, "+3"},
@@ -81,11 +86,13 @@ TEST(Edit, ViewsAreCopiedBeforeAnyWriteAndNeverReleased)
         {"AssignNothingLetsItGo", "view:0123", [](auto s, auto) { return VekStringAssignCStr(s, "") && s->buf == vekStringEmpty_; }, "", 0, ""},
         {"RefusedCopyKeepsTheView", "view:0123456789", [](auto s, auto) { return VekStringEraseSubstring(s, 2, 3); }, std::nullopt, 0, "+8!", kNpos, true},
     });
+    // clang-format on
 }
 
 TEST(Edit, PositionsBeyondTheEndFailBeforeAnythingIsRead)
 {
     const char* unreadable = reinterpret_cast<const char*>(16); // never dereferenced
+    // clang-format off
     CheckFacts({
         {"ReplaceCStr", "abc", [=](auto s, auto) { return VekStringReplaceCStr(s, 4, 0, unreadable); }, std::nullopt, 0, ""},
         {"InsertCStr", "abc", [=](auto s, auto) { return VekStringInsertCStr(s, 4, unreadable); }, std::nullopt, 0, ""},
@@ -95,6 +102,7 @@ TEST(Edit, PositionsBeyondTheEndFailBeforeAnythingIsRead)
         {"EraseSubstring", "abc", [](auto s, auto) { return VekStringEraseSubstring(s, 4, 0); }, std::nullopt, 0, ""},
         {"AtTheEndIsFine", "abc", [](auto s, auto) { return VekStringInsertCStr(s, 3, "d"); }, "abcd", 6, "+7 -4"},
     });
+    // clang-format on
 }
 
 TEST(Edit, IteratorsPointIntoTheBufferThatHoldsTheContentAfterwards)
@@ -117,7 +125,8 @@ TEST(Edit, IteratorsPointIntoTheBufferThatHoldsTheContentAfterwards)
     VekStringResize(&s, 10, "-");
     alloc.RefuseAll();
     EXPECT_EQ(VekStringInsert(&s, s.buf, "x"), nullptr);
-    EXPECT_FALSE(VekStringInsertRange(&s, s.buf, "xyz", "xyz" + 3));
+    const char xyz[] = "xyz";
+    EXPECT_FALSE(VekStringInsertRange(&s, s.buf, xyz, xyz + 3));
     EXPECT_EQ(Content(s), "adeade----");
     VekStringDestruct(&s);
     EXPECT_TRUE(alloc.IsClean());

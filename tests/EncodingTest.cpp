@@ -12,155 +12,79 @@
 
 namespace {
 
+using vektest::CheckFacts;
 using vektest::Content;
-using vektest::HasInvariants;
-using vektest::MakeOwned;
-using vektest::MakeView;
-using vektest::ReadOnlyBytes;
+using vektest::Fact;
 using vektest::RecordingAllocator;
 
-// How a row's string starts: empty on the shared byte, owned with exactly the
-// given capacity, or a read-only view of the content. kConstruct rows make
-// the string with the call itself.
-struct Start {
-    enum Kind { kConstruct, kEmpty, kOwned, kView } kind;
-    const char* content;
-    VekSizeT capacity;
-};
+constexpr VekSizeT kNpos = VekStringNpos;
 
-// RowString is a row's string, and the bytes it views.
-class RowString {
-public:
-    RowString(const Start& start, VekAllocator* a) : bytes_(start.content)
-    {
-        if (start.kind == Start::kOwned)
-            MakeOwned(&s, start.content, start.capacity, a);
-        else if (start.kind == Start::kView)
-            s = MakeView(bytes_, a);
-        else
-            VekStringConstructDefault(&s, a);
-    }
-    ~RowString() { VekStringDestruct(&s); }
+enum Verb { kConstruct, kAssign, kAppend };
 
-    VekString s;
-
-private:
-    ReadOnlyBytes bytes_;
-};
-
-constexpr Start kEmpty{Start::kEmpty, "", 0};
-
-constexpr Start Owned(const char* content, VekSizeT capacity)
-{
-    return {Start::kOwned, content, capacity};
-}
-
-constexpr Start View(const char* content)
-{
-    return {Start::kView, content, 0};
-}
-
-struct Outcome {
-    bool succeeds;
-    const char* content; // nullptr: not fixed after this failure
+// Conversion is one row of the table: the verb, the text and the outcome.
+struct Conversion {
+    const char* name;
+    const char* start;
+    Verb verb;
+    std::u32string text;
+    std::optional<std::string> content;
     VekSizeT capacity;
     const char* trace;
+    bool refuse = false;
+    bool fails = false;
 };
 
-// RunRow applies call to the row's string under a fresh allocator log.
-void RunRow(const Start& start, bool refuse, const Outcome& expected,
-            const std::function<VekString*(VekString*, VekAllocator*)>& call)
+std::vector<Fact> BothTwins(const std::vector<Conversion>& rows)
 {
-    RecordingAllocator alloc;
-    {
-        RowString row(start, alloc);
-        alloc.ClearEvents();
-        if (refuse)
-            alloc.RefuseAll();
-        VekString* result = call(&row.s, alloc);
-        EXPECT_EQ(result, expected.succeeds ? &row.s : nullptr);
-        if (expected.content != nullptr) {
-            EXPECT_EQ(Content(row.s), expected.content);
-        }
-        EXPECT_EQ(row.s.capacity, expected.capacity);
-        EXPECT_EQ(alloc.Trace(), expected.trace);
-        EXPECT_TRUE(HasInvariants(row.s));
-        EXPECT_EQ(row.s.allocator, alloc.get());
+    std::vector<Fact> facts;
+    for (const Conversion& c : rows) {
+        const std::u32string ucs4 = c.text;
+        const std::u16string utf16(c.text.begin(), c.text.end());
+        const Verb verb = c.verb;
+        auto on_ucs4 = [=](VekString* x, VekAllocator* a) {
+            const auto* in = reinterpret_cast<const VekWideChar*>(ucs4.c_str());
+            return (verb == kConstruct ? VekStringConstructUcs4(x, in, a)
+                    : verb == kAssign  ? VekStringAssignUcs4(x, in)
+                                       : VekStringAppendUcs4(x, in)) != nullptr;
+        };
+        auto on_utf16 = [=](VekString* x, VekAllocator* a) {
+            const auto* in = reinterpret_cast<const VekUint16*>(utf16.c_str());
+            return (verb == kConstruct ? VekStringConstructUtf16(x, in, a)
+                    : verb == kAssign  ? VekStringAssignUtf16(x, in)
+                                       : VekStringAppendUtf16(x, in)) != nullptr;
+        };
+        for (const auto& call : {std::function<bool(VekString*, VekAllocator*)>(on_ucs4),
+                                 std::function<bool(VekString*, VekAllocator*)>(on_utf16)})
+            facts.push_back(
+                {c.name, c.start, call, c.content, c.capacity, c.trace, kNpos, c.refuse, c.fails});
     }
-    EXPECT_TRUE(alloc.IsClean());
+    return facts;
 }
 
-// ------------------------------------------------------------ UCS-4, UTF-16
-
-struct ConversionCase {
-    const char* name;
-    Start start;
-    bool append;
-    std::vector<VekWideChar> text; // BMP only, so UTF-16 is unit for unit
-    bool refuse;
-    Outcome expected;
-};
-
-std::ostream& operator<<(std::ostream& out, const ConversionCase& c)
+TEST(Encoding, ConvertsIntoTheRoomThereIsAndGrowsExactly)
 {
-    return out << c.name;
+    const std::u32string hello = U"hello", unpaired = U"A\xD800";
+    // clang-format off
+    CheckFacts(BothTwins({
+        {"ConstructEmpty",         "",                 kConstruct, U"",          "",                       0,  ""},
+        {"ConstructGrowsExactly",  "",                 kConstruct, U"A\u00e9",  "A\xC3\xA9",            3,  "+4"},
+        {"ConstructRefused",       "",                 kConstruct, unpaired,     "",                       0,  "", false, true},
+        {"AssignFits",             "abc/5",            kAssign,    hello,        "hello",                  5,  ""},
+        {"AssignGrowsExactly",     "abc/5",            kAssign,    U"hellos",    "hellos",                 6,  "+7 -6"},
+        {"AssignEmptyKeepsBlock",  "abc/5",            kAssign,    U"",          "",                       5,  ""},
+        {"AssignRefusedEmpties",   "0123456789",       kAssign,    unpaired,     "",                       10, "", false, true},
+        {"AssignToLongerView",     "view:view",        kAssign,    U"\u00e9",   "\xC3\xA9",             4,  "+5"},
+        {"AssignEmptyToView",      "view:view",        kAssign,    U"",          "",                       0,  ""},
+        {"AppendFits",             "ab/8",             kAppend,    U"c",         "abc",                    8,  ""},
+        {"AppendGrowsExactly",     "abcdef/8",         kAppend,    U"\u20ac",   "abcdef\xE2\x82\xAC",  9,  "+10 -9"},
+        {"AppendToView",           "view:view",        kAppend,    U"\u00e9",   "view\xC3\xA9",         6,  "+7"},
+        {"AppendToEmpty",          "",                 kAppend,    U"ab",        "ab",                     2,  "+3"},
+        {"AppendEmpty",            "abc",              kAppend,    U"",          "abc",                    3,  ""},
+        {"AppendRefusedKeepsSize", "0123456789/12",    kAppend,    unpaired,     "0123456789",             12, "", false, true},
+        {"AppendGrowthRefused",    "abcdef/8",         kAppend,    U"\u20ac",   std::nullopt,             0,  "+10!", true},
+    }));
+    // clang-format on
 }
-
-class Conversion : public testing::TestWithParam<ConversionCase> {};
-
-TEST_P(Conversion, Ucs4)
-{
-    const ConversionCase& c = GetParam();
-    std::vector<VekWideChar> ucs4 = c.text;
-    ucs4.push_back(0);
-    RunRow(c.start, c.refuse, c.expected, [&](VekString* x, VekAllocator* a) {
-        if (c.start.kind == Start::kConstruct)
-            return VekStringConstructUcs4(x, ucs4.data(), a);
-        return c.append ? VekStringAppendUcs4(x, ucs4.data()) : VekStringAssignUcs4(x, ucs4.data());
-    });
-}
-
-TEST_P(Conversion, Utf16)
-{
-    const ConversionCase& c = GetParam();
-    std::vector<VekUint16> utf16(c.text.begin(), c.text.end());
-    utf16.push_back(0);
-    RunRow(c.start, c.refuse, c.expected, [&](VekString* x, VekAllocator* a) {
-        if (c.start.kind == Start::kConstruct)
-            return VekStringConstructUtf16(x, utf16.data(), a);
-        return c.append ? VekStringAppendUtf16(x, utf16.data())
-                        : VekStringAssignUtf16(x, utf16.data());
-    });
-}
-
-constexpr Start kConstruct{Start::kConstruct, "", 0};
-const std::vector<VekWideChar> kHello = {'h', 'e', 'l', 'l', 'o'};
-const std::vector<VekWideChar> kHellos = {'h', 'e', 'l', 'l', 'o', 's'};
-const std::vector<VekWideChar> kEuro = {0x20AC};
-const std::vector<VekWideChar> kUnpaired = {'A', 0xD800};
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Table, Conversion, testing::Values(
-    //             name                      start                     append text        refuse  expected
-    ConversionCase{"ConstructEmpty",         kConstruct,               false, {},           false, {true, "", 0, ""}},
-    ConversionCase{"ConstructGrowsExactly",  kConstruct,               false, {0x41, 0xE9}, false, {true, "A\xC3\xA9", 3, "+4"}},
-    ConversionCase{"ConstructRefused",       kConstruct,               false, kUnpaired,    false, {false, "", 0, ""}},
-    ConversionCase{"AssignFits",             Owned("abc", 5),          false, kHello,       false, {true, "hello", 5, ""}},
-    ConversionCase{"AssignGrowsExactly",     Owned("abc", 5),          false, kHellos,      false, {true, "hellos", 6, "+7 -6"}},
-    ConversionCase{"AssignEmptyKeepsBlock",  Owned("abc", 5),          false, {},           false, {true, "", 5, ""}},
-    ConversionCase{"AssignRefusedEmpties",   Owned("0123456789", 10),  false, kUnpaired,    false, {false, "", 10, ""}},
-    ConversionCase{"AssignGrowthRefused",    Owned("abc", 5),          false, kHellos,      true,  {false, nullptr, 5, "+7!"}},
-    ConversionCase{"AssignToLongerView",     View("view"),             false, {0xE9},       false, {true, "\xC3\xA9", 4, "+5"}},
-    ConversionCase{"AssignEmptyToView",      View("view"),             false, {},           false, {true, "", 0, ""}},
-    ConversionCase{"AppendFits",             Owned("ab", 8),           true,  {'c'},        false, {true, "abc", 8, ""}},
-    ConversionCase{"AppendGrowsExactly",     Owned("abcdef", 8),       true,  kEuro,        false, {true, "abcdef\xE2\x82\xAC", 9, "+10 -9"}},
-    ConversionCase{"AppendToView",           View("view"),             true,  {0xE9},       false, {true, "view\xC3\xA9", 6, "+7"}},
-    ConversionCase{"AppendToEmpty",          kEmpty,                   true,  {'a', 'b'},   false, {true, "ab", 2, "+3"}},
-    ConversionCase{"AppendEmpty",            Owned("abc", 3),          true,  {},           false, {true, "abc", 3, ""}},
-    ConversionCase{"AppendRefusedKeepsSize", Owned("0123456789", 12),  true,  kUnpaired,    false, {false, "0123456789", 12, ""}},
-    ConversionCase{"AppendGrowthRefused",    Owned("abcdef", 8),       true,  kEuro,        true,  {false, "abcdef", 8, "+10!"}}),
-    [](const auto& info) { return info.param.name; });
-// clang-format on
 
 TEST(WriteUtf16, PassesTheDecoderThroughUpToTheFirstNul)
 {
@@ -220,60 +144,49 @@ TEST(CoreFoundationStandIn, ConvertsWholeCharactersOnly)
     CFRelease(ascii);
 }
 
-struct BridgeCase {
-    const char* name;
-    Start start;
-    bool direct; // made from a C string of the units, which must be ASCII
-    std::vector<UniChar> units;
-    bool refuse;
-    Outcome expected;
-};
-
-std::ostream& operator<<(std::ostream& out, const BridgeCase& c)
+// BridgeFact assigns from a CoreFoundation string made for the call: from a
+// C string of the units (which must be ASCII, and so takes the direct road)
+// or from the units themselves (the converting road).
+Fact BridgeFact(const char* name, const char* start, bool direct, std::vector<UniChar> units,
+                std::optional<std::string> content, VekSizeT capacity, const char* trace,
+                bool refuse = false, bool fails = false)
 {
-    return out << c.name;
+    auto call = [=](VekString* x, VekAllocator*) {
+        const std::string ascii(units.begin(), units.end());
+        CFStringRef cf = direct
+                             ? CFStringCreateWithCString(kCFAllocatorDefault, ascii.c_str(), kUtf8)
+                             : CFStringCreateWithCharacters(kCFAllocatorDefault, units.data(),
+                                                            static_cast<CFIndex>(units.size()));
+        EXPECT_EQ(CFStringGetCStringPtr(cf, kUtf8) != nullptr, direct);
+        const bool ok = VekStringAssignFromCFString(x, cf) != nullptr;
+        CFRelease(cf);
+        return ok;
+    };
+    return {name, start, call, content, capacity, trace, kNpos, refuse, fails};
 }
 
-class Bridge : public testing::TestWithParam<BridgeCase> {};
-
-TEST_P(Bridge, TakesItsRoad)
+TEST(Bridge, TakesItsRoad)
 {
-    const BridgeCase& c = GetParam();
-    CFStringRef cf = nullptr;
-    if (c.direct) {
-        const std::string ascii(c.units.begin(), c.units.end());
-        cf = CFStringCreateWithCString(kCFAllocatorDefault, ascii.c_str(), kUtf8);
-        ASSERT_NE(CFStringGetCStringPtr(cf, kUtf8), nullptr);
-    } else {
-        const CFIndex n = static_cast<CFIndex>(c.units.size());
-        cf = CFStringCreateWithCharacters(kCFAllocatorDefault, c.units.data(), n);
-    }
-    RunRow(c.start, c.refuse, c.expected,
-           [&](VekString* x, VekAllocator*) { return VekStringAssignFromCFString(x, cf); });
-    CFRelease(cf);
+    const std::vector<UniChar> twenty(20, 'z'),
+        hello_world = {'h', 'e', 'l', 'l', 'o', ' ', 'w', 'o', 'r', 'l', 'd'};
+    const std::string z20(20, 'z');
+    // clang-format off
+    CheckFacts({
+        BridgeFact("DirectFits",                   "abc/8",            true,  {'h', 'i'},           "hi",               8,  ""),
+        BridgeFact("DirectGrowsAsAssignment",      "abc/4",            true,  hello_world,          "hello world",      11, "+12 -5"),
+        BridgeFact("DirectEmpty",                  "abc/8",            true,  {},                   "",                 8,  ""),
+        BridgeFact("ConvertsInPlace",              "0123456789/64",    false, twenty,               z20,                64, ""),
+        BridgeFact("GrowsExactly",                 "abc/8",            false, twenty,               z20,                20, "+21 -9"),
+        BridgeFact("FromEmpty",                    "",                 false, {'c', 'a', 'f', 0xE9}, "caf\xC3\xA9",   5,  "+6"),
+        BridgeFact("FromLongerView",               "view:a longer view", false, {'x'},              "x",                13, "+14"),
+        BridgeFact("EmptyConvertsNothing",         "abc/8",            false, {},                   std::nullopt,       0,  ""),
+        BridgeFact("NothingConverts",              "abc/8",            false, {0xD800, 'a'},        std::nullopt,       0,  ""),
+        BridgeFact("GrowthRefused",                "abc/8",            false, twenty,               std::nullopt,       0,  "+21!", true),
+        BridgeFact("ConversionRefused",            "abc/8",            false, {'a', 'b', 0xDC00},   "",                 8,  "", false, true),
+        BridgeFact("ConversionRefusedAfterGrowth", "a",                false, {'a', 'b', 0xDC00},   "",                 2,  "+3 -2", false, true),
+    });
+    // clang-format on
 }
-
-const std::vector<UniChar> kTwenty(20, 'z');
-const char* const kTwentyBytes = "zzzzzzzzzzzzzzzzzzzz";
-const std::vector<UniChar> kHelloWorld = {'h', 'e', 'l', 'l', 'o', ' ', 'w', 'o', 'r', 'l', 'd'};
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Table, Bridge, testing::Values(
-    //         name                            start                     direct units                refuse  expected
-    BridgeCase{"DirectFits",                   Owned("abc", 8),          true,  {'h', 'i'},          false, {true, "hi", 8, ""}},
-    BridgeCase{"DirectGrowsAsAssignment",      Owned("abc", 4),          true,  kHelloWorld,         false, {true, "hello world", 11, "+12 -5"}},
-    BridgeCase{"DirectEmpty",                  Owned("abc", 8),          true,  {},                  false, {true, "", 8, ""}},
-    BridgeCase{"ConvertsInPlace",              Owned("0123456789", 64),  false, kTwenty,             false, {true, kTwentyBytes, 64, ""}},
-    BridgeCase{"GrowsExactly",                 Owned("abc", 8),          false, kTwenty,             false, {true, kTwentyBytes, 20, "+21 -9"}},
-    BridgeCase{"FromEmpty",                    kEmpty,                   false, {'c', 'a', 'f', 0xE9}, false, {true, "caf\xC3\xA9", 5, "+6"}},
-    BridgeCase{"FromLongerView",               View("a longer view"),    false, {'x'},               false, {true, "x", 13, "+14"}},
-    BridgeCase{"EmptyConvertsNothing",         Owned("abc", 8),          false, {},                  false, {false, "abc", 8, ""}},
-    BridgeCase{"NothingConverts",              Owned("abc", 8),          false, {0xD800, 'a'},       false, {false, "abc", 8, ""}},
-    BridgeCase{"GrowthRefused",                Owned("abc", 8),          false, kTwenty,             true,  {false, "abc", 8, "+21!"}},
-    BridgeCase{"ConversionRefused",            Owned("abc", 8),          false, {'a', 'b', 0xDC00},  false, {false, "", 8, ""}},
-    BridgeCase{"ConversionRefusedAfterGrowth", Owned("a", 1),            false, {'a', 'b', 0xDC00},  false, {false, "", 2, "+3 -2"}}),
-    [](const auto& info) { return info.param.name; });
-// clang-format on
 
 #endif // !__APPLE__
 

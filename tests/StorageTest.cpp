@@ -38,6 +38,7 @@ bool CopyHas(const VekString* src, const char* content, VekSizeT capacity)
 TEST(Storage, Facts)
 {
     const std::string x31(31, 'x'), x32(32, 'x');
+    // clang-format off
     CheckFacts({
         // Construction (over an empty record, which constructing does not read).
         {"EmptyNeedsNoBlock", "", [](auto s, auto a) { return VekStringConstructCStrLen(s, nullptr, 0, a); }, "", 0, ""},
@@ -70,6 +71,7 @@ TEST(Storage, Facts)
         {"ReleaseBufferAdds", "ab/8", [](auto s, auto) { std::memcpy(VekStringGetBuffer(s), "cdef", 4); VekStringReleaseBuffer(s, 4); return true; }, "abcdef", 8, ""},
         {"ReleaseBufferTerminates", "ab/8", [](auto s, auto) { s->buf[2] = 'X'; VekStringReleaseBuffer(s, 0); return true; }, "ab", 8, ""},
     });
+    // clang-format on
 }
 
 struct SubstringCase {
@@ -91,7 +93,8 @@ TEST(Storage, SubstringConstructionChecksThePositionAndClampsTheCount)
     for (const SubstringCase& c : cases) {
         SCOPED_TRACE(testing::Message() << "pos " << c.pos << " n " << c.n);
         VekString s;
-        EXPECT_EQ(VekStringConstructSubstring(&s, &src, c.pos, c.n, alloc), c.succeeds ? &s : nullptr);
+        EXPECT_EQ(VekStringConstructSubstring(&s, &src, c.pos, c.n, alloc),
+                  c.succeeds ? &s : nullptr);
         EXPECT_EQ(Content(s), c.expected);
         EXPECT_EQ(s.allocator, alloc.get());
         EXPECT_EQ(s.capacity, c.expected.size());
@@ -173,7 +176,9 @@ VekVoidPtr NoAllocate(VekAllocator*, VekSizeT)
 {
     return nullptr;
 }
-void NoRelease(VekAllocator*, VekVoidPtr, VekSizeT) {}
+void NoRelease(VekAllocator*, VekVoidPtr, VekSizeT)
+{
+}
 
 TEST(Storage, ExternalBuffersOfTwoOrMoreBytesAreAdopted)
 {

@@ -27,7 +27,10 @@ public:
     }
 
 private:
-    std::size_t Below(std::size_t n) { return std::uniform_int_distribution<std::size_t>(0, n - 1)(rng_); }
+    std::size_t Below(std::size_t n)
+    {
+        return std::uniform_int_distribution<std::size_t>(0, n - 1)(rng_);
+    }
 
     std::string Text()
     {
@@ -51,8 +54,7 @@ private:
     std::size_t Pos() { return Below(model_.size() + 3); }
 
     // Runs the same edit on both; both must throw, or neither.
-    template <typename OnClass, typename OnModel>
-    void Edit(OnClass on_class, OnModel on_model)
+    template <typename OnClass, typename OnModel> void Edit(OnClass on_class, OnModel on_model)
     {
         const bool refuse = Below(8) == 0;
         if (refuse)
@@ -87,14 +89,23 @@ private:
         const std::size_t pos = Pos(), n = Below(6);
         const char c = "xy\0"[Below(3)];
         switch (Below(12)) {
-        case 0: return Edit([&] { s_.append(t); }, [&](std::string& m) { m.append(text); });
-        case 1: return Edit([&] { s_ += c; }, [&](std::string& m) { m += c; });
-        case 2: return Edit([&] { s_.insert(pos, t); }, [&](std::string& m) { m.insert(pos, text); });
-        case 3: return Edit([&] { s_.replace(pos, n, t); }, [&](std::string& m) { m.replace(pos, n, text); });
-        case 4: return Edit([&] { s_.erase(pos, n); }, [&](std::string& m) { m.erase(pos, n); });
-        case 5: return Edit([&] { s_.assign(t); }, [&](std::string& m) { m.assign(text); });
-        case 6: return Edit([&] { s_.resize(pos, c); }, [&](std::string& m) { m.resize(pos, c); });
-        case 7: return Edit([&] { s_.append(n, c); }, [&](std::string& m) { m.append(n, c); });
+        case 0:
+            return Edit([&] { s_.append(t); }, [&](std::string& m) { m.append(text); });
+        case 1:
+            return Edit([&] { s_ += c; }, [&](std::string& m) { m += c; });
+        case 2:
+            return Edit([&] { s_.insert(pos, t); }, [&](std::string& m) { m.insert(pos, text); });
+        case 3:
+            return Edit([&] { s_.replace(pos, n, t); },
+                        [&](std::string& m) { m.replace(pos, n, text); });
+        case 4:
+            return Edit([&] { s_.erase(pos, n); }, [&](std::string& m) { m.erase(pos, n); });
+        case 5:
+            return Edit([&] { s_.assign(t); }, [&](std::string& m) { m.assign(text); });
+        case 6:
+            return Edit([&] { s_.resize(pos, c); }, [&](std::string& m) { m.resize(pos, c); });
+        case 7:
+            return Edit([&] { s_.append(n, c); }, [&](std::string& m) { m.append(n, c); });
         case 8: {
             std::string keep_with;
             const std::string_view with = Operand(&keep_with);
@@ -105,7 +116,8 @@ private:
         case 9:
             if (!s_.empty() && Below(2) == 0) {
                 const std::size_t at = Below(s_.size());
-                return Edit([&] { s_.erase(s_.begin() + at); }, [&](std::string& m) { m.erase(at, 1); });
+                return Edit([&] { s_.erase(s_.begin() + at); },
+                            [&](std::string& m) { m.erase(at, 1); });
             }
             return Edit([&] { s_.reserve(pos); }, [](std::string&) {});
         case 10: {
@@ -134,19 +146,22 @@ private:
             ASSERT_EQ(s_.rfind(text[0], pos), m.rfind(text[0], pos));
         }
         ASSERT_EQ(s_.starts_with(text), m.substr(0, text.size()) == text);
-        ASSERT_EQ(s_.ends_with(text), m.size() >= text.size() && m.substr(m.size() - text.size()) == text);
+        ASSERT_EQ(s_.ends_with(text),
+                  m.size() >= text.size() && m.substr(m.size() - text.size()) == text);
         const int order = m.compare(text);
         ASSERT_EQ((s_.compare(text) > 0) - (s_.compare(text) < 0), (order > 0) - (order < 0));
         ASSERT_EQ(s_ == text, m == text);
     }
 
-    static std::string ReplaceAll(const std::string& in, const std::string& what, const std::string& by)
+    static std::string ReplaceAll(const std::string& in, const std::string& what,
+                                  const std::string& by)
     {
         if (what.empty())
             return in;
         std::string out;
         std::size_t from = 0;
-        for (std::size_t at; (at = in.find(what, from)) != std::string::npos; from = at + what.size())
+        for (std::size_t at; (at = in.find(what, from)) != std::string::npos;
+             from = at + what.size())
             out.append(in, from, at - from).append(by);
         return out.append(in, from);
     }

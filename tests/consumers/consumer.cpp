@@ -1,15 +1,11 @@
-// Builds, runs and exits 0 when the library is usable from C++17.
-#include <Vek/Utils/VekString.h>
-
-#include <string_view>
+// Builds, runs and exits 0 when the library and its C++ face are usable
+// from C++17.
+#include <Vek/Utils/VekString.hpp>
 
 int main()
 {
-    VekString s;
-    if (!VekStringConstructCStr(&s, "consumer", VekAllocatorGetDefault()))
-        return 1;
-    const bool ok = VekStringAppendCStr(&s, " in C++") != nullptr &&
-                    std::string_view(VekStringData(&s), VekStringSize(&s)) == "consumer in C++";
-    VekStringDestruct(&s);
-    return ok ? 0 : 1;
+    vek::String s("consumer");
+    s += " in C++";
+    s.replace_all("C++", "C++17");
+    return s == "consumer in C++17" && s.find("17") == 15 ? 0 : 1;
 }

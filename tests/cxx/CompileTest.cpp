@@ -30,8 +30,10 @@ int main()
     t = s;
     t = std::string_view("again");
     swap(s, t);
-    const bool found = s.find("a") + s.rfind('a') + s.find_first_of("ab") + s.find_first_not_of('x') +
-                           s.find_last_of('a') + s.find_last_not_of("xy") != 0;
+    const bool found = s.find("a") + s.rfind('a') + s.find_first_of("ab") +
+                           s.find_first_not_of('x') + s.find_last_of('a') +
+                           s.find_last_not_of("xy") !=
+                       0;
     const bool order = (s < t) != (s >= t) && (s <= t) != (s > t) && (s != "x") && ("x" != s);
     const std::size_t h = std::hash<vek::String>{}(s) + s.hash();
     const std::u16string back = w.to_utf16();

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <optional>
 #include <string>
@@ -125,7 +126,9 @@ std::ostream& operator<<(std::ostream& out, const Snapshot& s);
 // content and capacity it leaves, and the allocator calls it makes. The start
 // is written "" (empty on the shared byte), "abc" (owned, capacity 3),
 // "abc/8" (owned, capacity 8) or "view:abc" (a read-only view). An expected
-// content of nullopt means the call must fail and change nothing at all.
+// content of nullopt means the call must fail and change nothing at all;
+// with fails set, the call must fail and leave the content and capacity given
+// (for failures documented to change the string).
 struct Fact {
     const char* name;
     const char* start;
@@ -135,16 +138,22 @@ struct Fact {
     const char* trace;
     VekSizeT max_size = static_cast<VekSizeT>(PTRDIFF_MAX);
     bool refuse = false; // every allocation refused
+    bool fails = false;
 };
 
 void CheckFact(const Fact& fact);
 
-inline void CheckFacts(std::initializer_list<Fact> facts)
+template <typename Facts> void CheckFacts(const Facts& facts)
 {
     for (const Fact& fact : facts) {
         SCOPED_TRACE(fact.name);
         CheckFact(fact);
     }
+}
+
+inline void CheckFacts(std::initializer_list<Fact> facts)
+{
+    CheckFacts<std::initializer_list<Fact>>(facts);
 }
 
 // OwnedString builds an owned string with the given content and exactly the

@@ -151,11 +151,17 @@ public:
     // ---- Editing -------------------------------------------------------------
     // Operands may point into this string.
 
-    String& assign(std::string_view text) { return Check(VekStringAssignCStrLen(&s_, text.data(), text.size())); }
+    String& assign(std::string_view text)
+    {
+        return Check(VekStringAssignCStrLen(&s_, text.data(), text.size()));
+    }
     String& assign(const String& other) { return Check(VekStringAssign(&s_, &other.s_)); }
     String& assign(const char* text) { return assign(std::string_view(text)); }
 
-    String& append(std::string_view text) { return Check(VekStringAppendCStrLen(&s_, text.data(), text.size())); }
+    String& append(std::string_view text)
+    {
+        return Check(VekStringAppendCStrLen(&s_, text.data(), text.size()));
+    }
     String& append(const String& other) { return Check(VekStringAppend(&s_, &other.s_)); }
     String& append(const char* text) { return append(std::string_view(text)); }
     String& append(size_type n, char c) { return Check(VekStringAppendN(&s_, n, c)); }
@@ -231,7 +237,8 @@ public:
     }
     iterator erase(const_iterator first, const_iterator last)
     {
-        const iterator it = VekStringEraseRange(&s_, begin() + (first - begin()), begin() + (last - begin()));
+        const iterator it =
+            VekStringEraseRange(&s_, begin() + (first - begin()), begin() + (last - begin()));
         ThrowIfNull(it);
         return it;
     }
@@ -242,12 +249,18 @@ public:
     {
         return VekStringFindFromPosCStrLen(&s_, pos, needle.data(), needle.size());
     }
-    size_type find(char c, size_type pos = 0) const noexcept { return VekStringFindFirstOfChar(&s_, pos, c); }
+    size_type find(char c, size_type pos = 0) const noexcept
+    {
+        return VekStringFindFirstOfChar(&s_, pos, c);
+    }
     size_type rfind(std::string_view needle, size_type pos = npos) const noexcept
     {
         return VekStringRFindFromPosCStrLen(&s_, pos, needle.data(), needle.size());
     }
-    size_type rfind(char c, size_type pos = npos) const noexcept { return VekStringFindLastOfChar(&s_, pos, c); }
+    size_type rfind(char c, size_type pos = npos) const noexcept
+    {
+        return VekStringFindLastOfChar(&s_, pos, c);
+    }
     size_type find_first_of(std::string_view set, size_type pos = 0) const noexcept
     {
         return VekStringFindFirstOfCStrLen(&s_, pos, set.data(), set.size());
@@ -276,12 +289,14 @@ public:
     }
     bool starts_with(std::string_view prefix) const noexcept
     {
-        return VekStringEqualSubstringCStrLen(&s_, 0, prefix.size(), prefix.data(), prefix.size()) != 0;
+        return VekStringEqualSubstringCStrLen(&s_, 0, prefix.size(), prefix.data(),
+                                              prefix.size()) != 0;
     }
     bool ends_with(std::string_view suffix) const noexcept
     {
         return size() >= suffix.size() &&
-               VekStringEqualSubstringCStrLen(&s_, size() - suffix.size(), npos, suffix.data(), suffix.size()) != 0;
+               VekStringEqualSubstringCStrLen(&s_, size() - suffix.size(), npos, suffix.data(),
+                                              suffix.size()) != 0;
     }
 
     // ---- Comparison, hashing, conversion -------------------------------------
@@ -318,12 +333,18 @@ public:
         }
     }
 
-    friend bool operator==(const String& a, const String& b) noexcept { return VekStringEqual(&a.s_, &b.s_) != 0; }
+    friend bool operator==(const String& a, const String& b) noexcept
+    {
+        return VekStringEqual(&a.s_, &b.s_) != 0;
+    }
     friend bool operator==(const String& a, std::string_view b) noexcept
     {
         return VekStringEqualCStrLen(&a.s_, b.data(), b.size()) != 0;
     }
-    friend bool operator==(const String& a, const char* b) noexcept { return VekStringEqualCStr(&a.s_, b) != 0; }
+    friend bool operator==(const String& a, const char* b) noexcept
+    {
+        return VekStringEqualCStr(&a.s_, b) != 0;
+    }
     friend bool operator==(std::string_view a, const String& b) noexcept { return b == a; }
     friend bool operator==(const char* a, const String& b) noexcept { return b == a; }
     friend bool operator!=(const String& a, const String& b) noexcept { return !(a == b); }
@@ -427,9 +448,11 @@ inline void swap(String& a, String& b) noexcept
 
 } // namespace vek
 
-template <>
-struct std::hash<vek::String> {
-    std::size_t operator()(const vek::String& s) const noexcept { return static_cast<std::size_t>(s.hash()); }
+template <> struct std::hash<vek::String> {
+    std::size_t operator()(const vek::String& s) const noexcept
+    {
+        return static_cast<std::size_t>(s.hash());
+    }
 };
 
 #endif // VEK_UTILS_VEKSTRING_HPP
