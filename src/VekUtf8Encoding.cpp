@@ -960,47 +960,29 @@ bool MeasureFast(const VekUint16* p, VekSizeT* len)
     return !awaiting_low;
 }
 
-// Sum16 adds up the signed 16-bit lanes of a register.
-inline int64_t Sum16(__m128i v)
-{
-    v = _mm_madd_epi16(v, Set16(1));
-    v = _mm_add_epi32(v, _mm_shuffle_epi32(v, _MM_SHUFFLE(1, 0, 3, 2)));
-    v = _mm_add_epi32(v, _mm_shuffle_epi32(v, _MM_SHUFFLE(2, 3, 0, 1)));
-    return _mm_cvtsi128_si32(v);
-}
-
 // Shifted6 narrows two registers of UCS-4 units to 16-bit lanes of u >> 6,
-// with signed saturation: exact up to U+1FFFFF.
+// with signed saturation: exact up to U+1FFFFF, so a value beyond U+10FFFF
+// is one above 0x43FF.
 inline __m128i Shifted6(__m128i a, __m128i b)
 {
     return _mm_packs_epi32(_mm_srli_epi32(a, 6), _mm_srli_epi32(b, 6));
 }
 
-// Invalid32 marks the lanes of Shifted6 that are no scalar value: a
-// surrogate is 0x360 to 0x37F (0x1B shifted right by 5 more), a value beyond
-// U+10FFFF above 0x43FF.
-inline __m128i Invalid32(__m128i shifted)
+// AtLeast1 is 1 in the bytes that are not 0.
+inline __m128i AtLeast1(__m128i bytes)
 {
-    return _mm_or_si128(_mm_cmpgt_epi16(shifted, Set16(0x43FF)),
-                        _mm_cmpeq_epi16(_mm_srli_epi16(shifted, 5), Set16(0x1B)));
+    return _mm_min_epu8(bytes, _mm_set1_epi8(1));
 }
 
-// Longer32 adds the lanes of Shifted6 from U+0080 (2), U+0800 (0x20) and
-// U+10000 (0x400) on as -1 each.
-inline __m128i Longer32(__m128i shifted)
-{
-    return _mm_add_epi16(
-        _mm_add_epi16(_mm_cmpgt_epi16(shifted, Set16(1)), _mm_cmpgt_epi16(shifted, Set16(0x1F))),
-        _mm_cmpgt_epi16(shifted, Set16(0x3FF)));
-}
-
-// CountBlocks32 is CountBlocks16 for UCS-4, with its counts in 16-bit lanes,
-// to which a block adds at most 6: one byte a unit, one more from U+0080,
-// U+0800 and U+10000 each; a block of ASCII needs no counting. It is false
-// when a unit is no scalar value.
+// CountBlocks32 is CountBlocks16 for UCS-4: one byte a unit, one more from
+// U+0080, U+0800 and U+10000 each, counted in bytes; a block of ASCII needs
+// no counting. The units narrowed whole are 0x80 and up from U+0080 on; as
+// bytes of u >> 11 (saturated), 1 and up from U+0800 on, 0x20 and up from
+// U+10000 on, and 0x1B for a surrogate. It is false when a unit is no scalar
+// value.
 VEK_UTF8_NO_SANITIZE_ADDRESS bool CountBlocks32(const VekWideChar*& p, VekSizeT* n, bool* done)
 {
-    constexpr unsigned kBlocksPerSum = 32767 / 6;
+    constexpr unsigned kBlocksPerSum = 255 / 3;
     __m128i sum = _mm_setzero_si128();
     unsigned blocks = 0;
     for (; blocks < kBlocksPerSum; ++blocks, p += kBlockUnits) {
@@ -1014,11 +996,18 @@ VEK_UTF8_NO_SANITIZE_ADDRESS bool CountBlocks32(const VekWideChar*& p, VekSizeT*
         if (Bits(bytes) == 0)
             continue;
         const __m128i low = Shifted6(a, b), high = Shifted6(c, d);
-        if (Bits(_mm_or_si128(Invalid32(low), Invalid32(high))) != 0)
+        const __m128i from_800 = _mm_packus_epi16(_mm_srli_epi16(low, 5), _mm_srli_epi16(high, 5));
+        const __m128i beyond = _mm_cmpgt_epi16(_mm_max_epi16(low, high), Set16(0x43FF));
+        const __m128i surrogate = _mm_cmpeq_epi8(from_800, _mm_set1_epi8(0x1B));
+        if (Bits(_mm_or_si128(beyond, surrogate)) != 0)
             return false;
-        sum = _mm_add_epi16(sum, _mm_add_epi16(Longer32(low), Longer32(high)));
+        const __m128i from_80 = _mm_subs_epu8(bytes, _mm_set1_epi8(0x7F));
+        const __m128i from_10000 = _mm_subs_epu8(from_800, _mm_set1_epi8(0x1F));
+        sum =
+            _mm_add_epi8(sum, _mm_add_epi8(AtLeast1(from_80),
+                                           _mm_add_epi8(AtLeast1(from_800), AtLeast1(from_10000))));
     }
-    *n += kBlockUnits * blocks + static_cast<VekSizeT>(-Sum16(sum));
+    *n += kBlockUnits * blocks + SumBytes(sum);
     *done = blocks < kBlocksPerSum;
     return true;
 }
