@@ -13,24 +13,28 @@
 // ReadCodePoint and the output encoding's Put, and takes runs of ASCII 16
 // units per step wherever the input is aligned to such a block.
 //
-// The SSE2 path works on windows of 8 or 16 units loaded from wherever the
-// conversion has got to, and leaves to the plain path only the last units
-// before the terminator or the end of the room, and a window it declines
-// because the input is not valid there:
-//  - Into UTF-8 a window is eight characters, encoded side by side in
-//    registers, each into a 4-byte lane with its length beside it; the lanes
-//    are then stored one behind the other, each store overwriting the unused
-//    bytes of the one before. No branch depends on a character's length,
-//    which in mixed text changes from one character to the next.
-//  - Out of UTF-8 a window is 16 bytes, widened and stored whole; then each
-//    multi-byte character in it is decoded on its own and the bytes behind it
-//    are widened again to where they belong. That is one step per character
-//    that is not ASCII instead of one per byte, and the window still advances
-//    by a fixed 16 bytes unless a character crosses its end.
-//  - Measuring UTF-16 or UCS-4 counts and checks a whole aligned block at a
-//    time in registers: one byte per unit, one more for each unit from U+0080
-//    and from U+0800 (and for UCS-4 from U+10000), one less for each half of a
-//    surrogate pair.
+// The SSE2 path takes aligned ASCII blocks the same way, in registers, and
+// everything else in windows of 16 units loaded from wherever the conversion
+// has got to. A window is first stored as if all its units were ASCII, then:
+//  - Each character in it that is not ASCII is converted on its own, with one
+//    branch on its class (a pattern the branch predictor learns in most text)
+//    and one 4-byte store, and the window's units behind it are stored again
+//    behind it. The window still advances by a fixed 16 units unless a
+//    character crosses its end, so the next one need not wait for this one.
+//  - Into UTF-8, a window with three units in a row that are not ASCII is
+//    encoded in registers instead, eight units at a time: each character into
+//    a 4-byte lane with its length beside it, the lanes stored one behind the
+//    other, each store overwriting the unused bytes of the one before. No
+//    branch depends on a character's length.
+//  - Out of UTF-8, a character followed at once by another one that is not
+//    ASCII hands the run to the plain path, which takes such runs faster than
+//    the window; it hands back at the next ASCII unit.
+// The plain path also takes the last units before the terminator or the end
+// of the room, and a window declined because its input is not valid there.
+// Measuring UTF-16 and UCS-4 counts and checks whole aligned blocks in
+// registers: one byte per unit, one more for each unit from U+0080 and from
+// U+0800 (and for UCS-4 from U+10000), one less for each half of a surrogate
+// pair. Measuring UTF-8 runs the windows without storing.
 //
 // The input carries no length, so a register may extend past the zero unit
 // that ends it. Registers that may do so are read only from addresses aligned
