@@ -90,35 +90,35 @@ void AddConversion(FuzzedDataProvider& in, Format* format)
     const std::string_view letters = conversion.letters;
     const bool is_string = letters == "s";
     const bool wide = !is_string && letters != "c" && Pick(in, 3) == 0;
-    std::string spec = "%";
+    std::string directive = "%";
     if (Pick(in, 2) == 0) {
         for (const char flag : std::string_view(conversion.flags)) {
             if (Pick(in, 4) == 0)
-                spec += flag;
+                directive += flag;
         }
         switch (Pick(in, 3)) {
         case 1:
-            spec += std::to_string(Pick(in, 120));
+            directive += std::to_string(Pick(in, 120));
             break;
         case 2:
-            spec += '*';
+            directive += '*';
             AddNumber(format, static_cast<int>(Pick(in, 241)) - 120);
             break;
         }
         switch (conversion.takes_precision ? Pick(in, 3) : 0) {
         case 1:
-            spec += "." + std::to_string(Pick(in, 120));
+            directive += "." + std::to_string(Pick(in, 120));
             break;
         case 2:
-            spec += ".*";
+            directive += ".*";
             AddNumber(format, static_cast<int>(Pick(in, 130)) - 5);
             break;
         }
     }
     if (wide)
-        spec += "ll";
-    spec += letters[Pick(in, letters.size())];
-    format->text += spec;
+        directive += "ll";
+    directive += letters[Pick(in, letters.size())];
+    format->text += directive;
     if (is_string) {
         format->strings.push_back(std::make_unique<std::string>(vekfuzz::Text(in, 64, true)));
         format->args.push_back({Arg::kString, 0, format->strings.back()->c_str()});
