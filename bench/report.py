@@ -2,8 +2,12 @@
 """Turns vek_bench's JSON output into docs/benchmarks.md and its chart.
 
 usage: report.py OUT.md CHART.png RUN.json...
+       report.py --summary VEK_BENCH [ARG...]
 
 Each RUN.json is one run of vek_bench with repetitions (one per compiler).
+With --summary it runs VEK_BENCH itself, with the given arguments and its
+console output silenced (shown only if it fails), and prints one line per row instead: the
+library's ratio to the fastest peer and each goal's verdict.
 Every row's contenders were timed in turn within each iteration, so a ratio
 is taken within each repetition first and the report gives the median of
 those ratios; times are medians over the repetitions. The chart needs
@@ -14,6 +18,7 @@ import os
 import statistics
 import subprocess
 import sys
+import tempfile
 from collections import defaultdict
 
 FAMILIES = {
@@ -209,7 +214,31 @@ def cpu_model():
     return "unknown processor"
 
 
+def summary(vek_bench, args):
+    """Runs vek_bench into a temporary JSON file and prints a line per row."""
+    with tempfile.TemporaryDirectory() as tmp:
+        out = os.path.join(tmp, "results.json")
+        run = subprocess.run([vek_bench, *args, f"--benchmark_out={out}",
+                              "--benchmark_out_format=json"],
+                             stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+        if run.returncode != 0:
+            sys.exit(f"{run.stderr}vek_bench failed with status {run.returncode}")
+        context, rows = load_rows(out)
+    print(f"VekString's time over the fastest peer's (below 1: VekString is faster), "
+          f"built with {context.get('compiler', '?')}.\nA quick pass on a shared machine; "
+          "scripts/bench measures at length and writes docs/benchmarks.md.")
+    width = max((len(r["title"]) for r in rows), default=0) + 5
+    for row in rows:
+        lib, peers = who(row, "lib")[0], who(row, "peer")
+        ratio = fmt_ratio(median_ratio(row, row["times"], lib, peers)) if peers else "-"
+        goals = "; ".join(g.replace("**", "") for g in goal_lines(row, lib))
+        label = f"{row['name'][:2]} {row['title']}"
+        print(f"  {label:<{width}} {ratio:>7}   {goals}")
+
+
 def main(argv):
+    if len(argv) >= 3 and argv[1] == "--summary":
+        return summary(argv[2], argv[3:])
     if len(argv) < 4:
         sys.exit(__doc__)
     out_md, out_png, inputs = argv[1], argv[2], argv[3:]
