@@ -36,6 +36,10 @@
 // U+0800 (and for UCS-4 from U+10000), one less for each half of a surrogate
 // pair. Measuring UTF-8 runs the windows without storing.
 //
+// Encoding UCS-4 goes first through the AVX-512 path of
+// VekUtf8EncodingAvx512.cpp where the processor has it, which takes whole
+// blocks while it can and leaves the rest to the paths here.
+//
 // The input carries no length, so a register may extend past the zero unit
 // that ends it. Registers that may do so are read only from addresses aligned
 // to 16 bytes: such a block never crosses a page boundary and cannot fault,
@@ -43,6 +47,7 @@
 // loaded from any address, so they are loaded only from input already known
 // to hold no zero unit (the reach, checked one aligned block ahead). Aligned
 // reads are hidden from the address sanitizer, which cannot know all that.
+#include "VekUtf8EncodingAvx512.h"
 #include "VekUtf8EncodingPortable.h"
 
 #include <cstddef>
@@ -1049,12 +1054,15 @@ bool MeasureFast(const unsigned char* p, VekSizeT* len)
 // ------------------------------------------------------------------ transcode
 
 // Convert writes whole characters from p while they fit in room units and
-// reports how far it came.
-template <bool kSimd, class Output, class In>
+// reports how far it came. With kWide (UCS-4 only) the AVX-512 path takes
+// what it can first.
+template <bool kSimd, class Output, bool kWide, class In>
 Stop Convert(const In*& p, typename Output::Unit* out, VekSizeT room, VekSizeT* written)
 {
     VekSizeT len = 0;
     Stop stop = Stop::kEnd;
+    if constexpr (kWide)
+        VekUtf8Avx512::TakeUcs4(p, out, room, len);
 #if VEK_UTF8_HAVE_SSE2
     if constexpr (kSimd)
         stop = TakeFast<true, Output>(p, out, room, len);
@@ -1067,8 +1075,10 @@ Stop Convert(const In*& p, typename Output::Unit* out, VekSizeT room, VekSizeT* 
 
 // Measure adds to *len what the characters from p to the terminator need;
 // false when one of them is refused.
-template <bool kSimd, class Output, class In> bool Measure(const In* p, VekSizeT* len)
+template <bool kSimd, class Output, bool kWide, class In> bool Measure(const In* p, VekSizeT* len)
 {
+    if constexpr (kWide)
+        VekUtf8Avx512::MeasureUcs4(p, *len);
 #if VEK_UTF8_HAVE_SSE2
     if constexpr (kSimd)
         return MeasureFast(p, len);
@@ -1080,14 +1090,14 @@ template <bool kSimd, class Output, class In> bool Measure(const In* p, VekSizeT
 
 // The last output unit is kept for the terminator, which follows whatever
 // was written whenever there is an output at all.
-template <bool kSimd, class Output, class In>
+template <bool kSimd, class Output, bool kWide = false, class In>
 VekBool Transcode(const In* input, typename Output::Unit* output, VekSizeT outputSize,
                   VekSizeT* outputLen)
 {
     const In* p = input;
     VekSizeT len = 0;
     if (outputSize != 0) {
-        const Stop stop = Convert<kSimd, Output>(p, output, outputSize - 1, &len);
+        const Stop stop = Convert<kSimd, Output, kWide>(p, output, outputSize - 1, &len);
         output[len] = 0;
         if (stop == Stop::kRefused)
             return VEK_FALSE;
@@ -1096,7 +1106,7 @@ VekBool Transcode(const In* input, typename Output::Unit* output, VekSizeT outpu
             return VEK_TRUE;
         }
     }
-    if (!Measure<kSimd, Output>(p, &len))
+    if (!Measure<kSimd, Output, kWide>(p, &len))
         return VEK_FALSE;
     *outputLen = len;
     return VEK_TRUE;
@@ -1115,6 +1125,8 @@ constexpr bool kUseSimd = VEK_UTF8_HAVE_SSE2 != 0;
 VekBool VekUtf8Encode(const VekWideChar* input, char* output, VekSizeT outputSize,
                       VekSizeT* outputLen) noexcept
 {
+    if (VekUtf8Avx512::Usable())
+        return Transcode<kUseSimd, Utf8Output, true>(input, output, outputSize, outputLen);
     return Transcode<kUseSimd, Utf8Output>(input, output, outputSize, outputLen);
 }
 
@@ -1131,6 +1143,12 @@ VekBool VekUtf8DecodeUtf16(const char* input, VekUint16* output, VekSizeT output
 }
 
 namespace VekUtf8Portable {
+
+VekBool EncodeWithoutAvx512(const VekWideChar* input, char* output, VekSizeT outputSize,
+                            VekSizeT* outputLen) noexcept
+{
+    return Transcode<kUseSimd, Utf8Output>(input, output, outputSize, outputLen);
+}
 
 VekBool Encode(const VekWideChar* input, char* output, VekSizeT outputSize,
                VekSizeT* outputLen) noexcept

@@ -35,11 +35,14 @@ using Utf8 = std::vector<char>;
 using Utf16 = std::vector<VekUint16>;
 using Ucs4 = std::vector<VekWideChar>;
 
+// UCS-4 has a third path: the SSE2 one alone, where the public function
+// would take AVX-512.
 template <class In, class Out> struct Paths {
-    CodecFn<In, Out> simd, portable;
+    CodecFn<In, Out> simd, portable, narrower = nullptr;
 };
 
-const Paths<VekWideChar, char> kEncode{VekUtf8Encode, VekUtf8Portable::Encode};
+const Paths<VekWideChar, char> kEncode{VekUtf8Encode, VekUtf8Portable::Encode,
+                                       VekUtf8Portable::EncodeWithoutAvx512};
 const Paths<VekUint16, char> kEncodeUtf16{VekUtf8EncodeUtf16, VekUtf8Portable::EncodeUtf16};
 const Paths<char, VekUint16> kDecode{VekUtf8DecodeUtf16, VekUtf8Portable::DecodeUtf16};
 
@@ -113,6 +116,9 @@ void ExpectConverts(const Paths<In, Out>& paths, const std::vector<In>& input,
 {
     EXPECT_EQ(ConvertChecked(paths.simd, input, shift), expected) << "vector path";
     EXPECT_EQ(ConvertChecked(paths.portable, input, shift), expected) << "portable path";
+    if (paths.narrower != nullptr) {
+        EXPECT_EQ(ConvertChecked(paths.narrower, input, shift), expected) << "narrower path";
+    }
 }
 
 Utf8 Bytes(const char* s)
@@ -132,6 +138,20 @@ TEST(Utf8Codec, EncodesEachLengthClassAndItsLimits)
     ExpectConverts(kEncodeUtf16, utf16, Converted<char>(utf8));
     ExpectConverts(kDecode, utf8, Converted<VekUint16>(utf16));
     ExpectConverts(kEncode, {}, Converted<char>(Utf8{}));
+}
+
+// A unit that is no character refuses the text wherever it stands, the
+// boundary values included, also deep inside text that vectors take.
+TEST(Utf8Codec, RefusesEveryUnitThatIsNoCharacter)
+{
+    for (VekWideChar bad : {0xD800u, 0xDFFFu, 0x110000u, 0x11FFFFu, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
+        for (std::size_t at : {0, 15, 16, 40, 63}) {
+            SCOPED_TRACE(testing::Message() << std::hex << bad << " at " << std::dec << at);
+            Ucs4 text(64, 0x20AC);
+            text[at] = bad;
+            ExpectConverts(kEncode, text, Converted<char>(), at % 5);
+        }
+    }
 }
 
 #if defined(VEK_TEST_HAVE_ICU)
