@@ -32,7 +32,7 @@ namespace VekUtf8Avx512 {
 #if VEK_UTF8_HAVE_AVX512
 
 #define VEK_AVX512                                                                                 \
-    __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi2,bmi2,popcnt"),                  \
+    __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi2,bmi2,popcnt"),                    \
                    no_sanitize_address))
 
 namespace {
@@ -104,9 +104,9 @@ VEK_AVX512 inline __m512i Encoded(__m512i cp, const Classes& c)
     const __m512i upper = _mm512_and_si512(_mm512_srli_epi32(cp, 12), low6);
     const __m512i two = _mm512_or_si512(
         _mm512_or_si512(_mm512_srli_epi32(cp, 6), _mm512_slli_epi32(last, 8)), Set(0x80C0));
-    const __m512i three = _mm512_or_si512(
-        _mm512_or_si512(_mm512_srli_epi32(cp, 12), _mm512_slli_epi32(middle, 8)),
-        _mm512_or_si512(_mm512_slli_epi32(last, 16), Set(0x8080E0)));
+    const __m512i three =
+        _mm512_or_si512(_mm512_or_si512(_mm512_srli_epi32(cp, 12), _mm512_slli_epi32(middle, 8)),
+                        _mm512_or_si512(_mm512_slli_epi32(last, 16), Set(0x8080E0)));
     const __m512i four = _mm512_or_si512(
         _mm512_or_si512(_mm512_srli_epi32(cp, 18), _mm512_slli_epi32(upper, 8)),
         _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi32(middle, 16), _mm512_slli_epi32(last, 24)),
@@ -121,8 +121,8 @@ VEK_AVX512 inline __m512i Encoded(__m512i cp, const Classes& c)
 bool Usable() noexcept
 {
     return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-           __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi2") && __builtin_cpu_supports("bmi2") &&
-           __builtin_cpu_supports("popcnt");
+           __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi2") &&
+           __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt");
 }
 
 // TakeBlock converts a block into out + len; false, leaving it, when the
@@ -200,9 +200,13 @@ bool Usable() noexcept
     return false;
 }
 
-void TakeUcs4(const VekWideChar*&, char*, VekSizeT, VekSizeT&) noexcept {}
+void TakeUcs4(const VekWideChar*&, char*, VekSizeT, VekSizeT&) noexcept
+{
+}
 
-void MeasureUcs4(const VekWideChar*&, VekSizeT&) noexcept {}
+void MeasureUcs4(const VekWideChar*&, VekSizeT&) noexcept
+{
+}
 
 #endif // VEK_UTF8_HAVE_AVX512
 
