@@ -4,10 +4,15 @@
 // (a literal 0 as position or count, braces, mixed iterator types).
 #include <Vek/Utils/VekString.hpp>
 
+#include <functional>
 #include <istream>
 #include <list>
 #include <ostream>
 #include <sstream>
+#include <type_traits>
+
+static_assert(!std::is_invocable_v<std::equal_to<>, const vek::String&, int>,
+              "a String compares only with text");
 
 int main()
 {
