@@ -11,6 +11,7 @@
 namespace {
 
 using vektest::RecordingAllocator;
+using vektest::StdPos;
 
 class ClassFuzz {
 public:
@@ -135,15 +136,15 @@ private:
     void Queries(const std::string& text, std::size_t pos)
     {
         const std::string_view m = model_;
-        ASSERT_EQ(s_.find(text, pos), m.find(text, pos));
-        ASSERT_EQ(s_.rfind(text, pos), m.rfind(text, pos));
-        ASSERT_EQ(s_.find_first_of(text, pos), m.find_first_of(text, pos));
-        ASSERT_EQ(s_.find_first_not_of(text, pos), m.find_first_not_of(text, pos));
-        ASSERT_EQ(s_.find_last_of(text, pos), m.find_last_of(text, pos));
-        ASSERT_EQ(s_.find_last_not_of(text, pos), m.find_last_not_of(text, pos));
+        ASSERT_EQ(s_.find(text, pos), StdPos(m.find(text, pos)));
+        ASSERT_EQ(s_.rfind(text, pos), StdPos(m.rfind(text, pos)));
+        ASSERT_EQ(s_.find_first_of(text, pos), StdPos(m.find_first_of(text, pos)));
+        ASSERT_EQ(s_.find_first_not_of(text, pos), StdPos(m.find_first_not_of(text, pos)));
+        ASSERT_EQ(s_.find_last_of(text, pos), StdPos(m.find_last_of(text, pos)));
+        ASSERT_EQ(s_.find_last_not_of(text, pos), StdPos(m.find_last_not_of(text, pos)));
         if (!text.empty()) {
-            ASSERT_EQ(s_.find(text[0], pos), m.find(text[0], pos));
-            ASSERT_EQ(s_.rfind(text[0], pos), m.rfind(text[0], pos));
+            ASSERT_EQ(s_.find(text[0], pos), StdPos(m.find(text[0], pos)));
+            ASSERT_EQ(s_.rfind(text[0], pos), StdPos(m.rfind(text[0], pos)));
         }
         ASSERT_EQ(s_.starts_with(text), m.substr(0, text.size()) == text);
         ASSERT_EQ(s_.ends_with(text),

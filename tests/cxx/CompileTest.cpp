@@ -37,8 +37,9 @@ int main()
     const bool order = (s < t) != (s >= t) && (s <= t) != (s > t) && (s != "x") && ("x" != s);
     const std::size_t h = std::hash<vek::String>{}(s) + s.hash();
     const std::u16string back = w.to_utf16();
-    std::printf("%s %s %zu %d %d %zu %zu %zu\n", s.c_str(), u.data(), f.length(), found, order,
-                h % 2, back.size(), static_cast<std::size_t>(s.end() - s.begin()));
+    std::printf("%s %s %zu %d %d %zu %zu %zu\n", s.c_str(), u.data(),
+                static_cast<std::size_t>(f.length()), found, order, h % 2, back.size(),
+                static_cast<std::size_t>(s.end() - s.begin()));
     s.clear();
     return s.empty() && s.starts_with("") && !s.ends_with("x") && s.compare(t) < 0 ? 0 : 1;
 }

@@ -132,7 +132,12 @@ public:
     iterator end() noexcept { return s_.buf + s_.size; }
     const_iterator begin() const noexcept { return data(); }
     const_iterator end() const noexcept { return data() + size(); }
-    operator std::string_view() const noexcept { return {data(), size()}; }
+    // The content is in memory, so its size fits std::size_t even where
+    // VekSizeT is the wider type (32-bit targets).
+    operator std::string_view() const noexcept
+    {
+        return {data(), static_cast<std::size_t>(size())};
+    }
 
     // The record, for calling the C API directly. It must stay a string that
     // owns its buffer or is empty: this class never holds a read-only view.
