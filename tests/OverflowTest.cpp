@@ -22,6 +22,8 @@ using vektest::Snapshot;
 
 constexpr VekSizeT kNpos = VekStringNpos;
 constexpr VekSizeT kHalf = VekSizeT{1} << 63;
+// Past any end, but 1 if narrowed to a 32-bit size_t.
+constexpr VekSizeT kPast32Bits = (VekSizeT{1} << 32) + 1;
 const char* const kOutside = "abc";
 const char* const kStart = "0123456789/16";
 
@@ -67,11 +69,13 @@ TEST(Overflow, IsRefusedOrClampedNeverWrapped)
         {"ReserveBelowNpos", kStart, [](VekString* x, VekAllocator*) { return VekStringReserve(x, kNpos - 1); }, std::nullopt, 0, kLargest.c_str(), kNpos, true},
         {"ConstructNpos", kStart, [](VekString*, VekAllocator* a) { VekString y; return Construct(&y, VekStringConstructCStrLen(&y, kOutside, kNpos, a), a); }, std::nullopt, 0, "", kNpos, false},
         {"ConstructBelowNpos", kStart, [](VekString*, VekAllocator* a) { VekString y; return Construct(&y, VekStringConstructCStrLen(&y, kOutside, kNpos - 1, a), a); }, std::nullopt, 0, kLargest.c_str(), kNpos, true},
-    // Positions near VekStringNpos fail before anything is read or called.
+    // Positions near VekStringNpos or past 32 bits fail before anything is read or called.
         {"AssignSubstringAtNpos", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringAssignSubstring(x, x, kNpos, kNpos)); }, std::nullopt, 0, "", kNpos, false},
         {"ReplaceAtNpos", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringReplaceSubstring(x, kNpos, 1, x, 0, kNpos)); }, std::nullopt, 0, "", kNpos, false},
         {"ReplaceFromNpos", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringReplaceSubstring(x, 0, 1, x, kNpos - 1, 1)); }, std::nullopt, 0, "", kNpos, false},
         {"InsertCharAtNpos", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringInsertChar(x, kNpos, 'x')); }, std::nullopt, 0, "", kNpos, false},
+        {"InsertCharPast32Bits", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringInsertChar(x, kPast32Bits, 'x')); }, std::nullopt, 0, "", kNpos, false},
+        {"AssignSubstringPast32Bits", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringAssignSubstring(x, x, kPast32Bits, 1)); }, std::nullopt, 0, "", kNpos, false},
         {"EraseAtNpos", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringEraseSubstring(x, kNpos, kNpos)); }, std::nullopt, 0, "", kNpos, false},
         {"ReplaceFormattedAtNpos", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringReplaceFormatted(x, kNpos, 0, "%d", 1)); }, std::nullopt, 0, "", kNpos, false},
         {"ConstructSubstringAtNpos", kStart, [](VekString* x, VekAllocator* a) { VekString y; return Construct(&y, VekStringConstructSubstring(&y, x, kNpos, 1, a), a); }, std::nullopt, 0, "", kNpos, false},

@@ -104,6 +104,13 @@ inline std::string Content(const VekString& s)
     return std::string(s.buf, s.size);
 }
 
+// StdPos gives a std::string search result as the library reports it: npos
+// becomes VekStringNpos, which is wider where std::size_t has 32 bits.
+inline VekSizeT StdPos(std::size_t pos)
+{
+    return pos == std::string::npos ? VekStringNpos : pos;
+}
+
 // HasInvariants checks what must hold after every successful operation.
 testing::AssertionResult HasInvariants(const VekString& s);
 
