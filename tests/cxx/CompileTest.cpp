@@ -1,45 +1,41 @@
-// Compiled once as C++17 and once as C++20, with every warning an error: each
-// member of vek::String is used here, so every template is instantiated.
+// Compiled once as C++17 and once as C++20, with every warning an error. The
+// differential test instantiates every member as C++20; this instantiates the
+// templates as C++17 too, and pins the calls whose overloads could collide
+// (a literal 0 as position or count, braces, mixed iterator types).
 #include <Vek/Utils/VekString.hpp>
 
-#include <cstdio>
 #include <functional>
-#include <utility>
+#include <istream>
+#include <list>
+#include <ostream>
+#include <sstream>
+#include <type_traits>
+
+static_assert(!std::is_invocable_v<std::equal_to<>, const vek::String&, int>,
+              "a String compares only with text");
 
 int main()
 {
-    vek::String s("compile", VekAllocatorGetDefault());
-    vek::String t(std::string_view("test"));
-    vek::String w(std::u16string_view(u"\u00e9"));
-    vek::String u(std::u32string_view(U"\U0001F600"));
-    vek::String f = vek::String::format("%d", 1);
-    s += ' ';
-    s += t;
-    s += "!";
-    s.append(2, '.').appendf("%s", "x").insert(0, ">").insert(0, t).replace(0, 1, "T");
-    s.insert(s.begin(), '<');
-    s.erase(s.begin());
-    s.erase(s.begin(), s.begin() + 1);
-    s.erase(0, 1).replace(0, 0, t).replace_all("t", "T");
-    s.push_back('?');
-    s.resize(s.size() + 1, '-');
-    s.reserve(64);
-    s.shrink_to_fit();
-    vek::String moved(std::move(t));
-    t = std::move(moved);
-    t = s;
-    t = std::string_view("again");
-    swap(s, t);
-    const bool found = s.find("a") + s.rfind('a') + s.find_first_of("ab") +
-                           s.find_first_not_of('x') + s.find_last_of('a') +
-                           s.find_last_not_of("xy") !=
-                       0;
-    const bool order = (s < t) != (s >= t) && (s <= t) != (s > t) && (s != "x") && ("x" != s);
-    const std::size_t h = std::hash<vek::String>{}(s) + s.hash();
-    const std::u16string back = w.to_utf16();
-    std::printf("%s %s %zu %d %d %zu %zu %zu\n", s.c_str(), u.data(),
-                static_cast<std::size_t>(f.length()), found, order, h % 2, back.size(),
-                static_cast<std::size_t>(s.end() - s.begin()));
-    s.clear();
-    return s.empty() && s.starts_with("") && !s.ends_with("x") && s.compare(t) < 0 ? 0 : 1;
+    vek::String s("compile"), t = {};
+    std::list<char> chars{'a', 'b'};
+    s.insert(0, 3, 'x').erase(0).assign("abc").insert(0, "x").erase(0, 0).replace(0, 0, 0, 'x');
+    s.replace(s.begin(), s.cend(), 0, 'x').append(chars.begin(), chars.end());
+    s.insert(s.cbegin(), s.rbegin(), s.rend());
+    s.replace(s.begin(), s.begin() + 1, chars.begin(), chars.end())
+        .assign(chars.begin(), chars.end());
+    s.insert(s.begin(), 2, 'y');
+    s.insert(s.begin(), {'i', 'l'});
+    s.erase(s.begin(), s.cbegin() + 1);
+    s = {'b', 'r'};
+    s += {'a', 'c'};
+    s.resize_and_overwrite(4, [](char*, std::size_t n) { return n; });
+    t = vek::String(s.begin(), s.end()) + "x" + 'y' + s;
+    t = "a" + std::move(t);
+    std::stringstream io("word line\n");
+    io >> t;
+    getline(io, t);
+    io << t << s;
+    const bool order = s == "x" || "x" != s || s < t || std::string("y") <= s || s > t || s >= "z";
+    const std::size_t erased = erase(s, 'c') + erase_if(t, [](char c) { return c == 'a'; });
+    return order && erased == 1 && s == "bra" && t == " line" && s.find("a", 0, 1) == 2 ? 0 : 1;
 }
