@@ -17,7 +17,7 @@
 #include <optional>
 #include <vector>
 
-#include "../src/VekUtf8EncodingPortable.h"
+#include "codec/VekUtf8EncodingPortable.h"
 #include "Vek/Utils/VekUtf8Encoding.h"
 
 #define UCHAR_TYPE uint16_t

@@ -5,7 +5,7 @@
 
 #include <random>
 
-#include "VekStringHash.h"
+#include "string/VekStringHash.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "../src/VekUtf8EncodingPortable.h"
+#include "codec/VekUtf8EncodingPortable.h"
 #include "Vek/Utils/VekUtf8Encoding.h"
 
 #if defined(VEK_TEST_HAVE_ICU)

@@ -7,8 +7,8 @@
 // need; they take the bulk of the text and leave the rest (the block that
 // holds the terminator, a unit that is no character, the end of the room) to
 // the codec's other paths, which take over at p. Not installed.
-#ifndef VEK_SRC_VEKUTF8ENCODINGAVX512_H
-#define VEK_SRC_VEKUTF8ENCODINGAVX512_H
+#ifndef VEK_SRC_CODEC_VEKUTF8ENCODINGAVX512_H
+#define VEK_SRC_CODEC_VEKUTF8ENCODINGAVX512_H
 
 #include "Vek/Utils/VekTypes.h"
 
@@ -28,4 +28,4 @@ void MeasureUcs4(const VekWideChar*& p, VekSizeT& len) noexcept;
 
 } // namespace VekUtf8Avx512
 
-#endif // VEK_SRC_VEKUTF8ENCODINGAVX512_H
+#endif // VEK_SRC_CODEC_VEKUTF8ENCODINGAVX512_H

@@ -22,7 +22,7 @@
 // its section for how it stays linear.
 #include <cstdint>
 
-#include "VekStringPrivate.h"
+#include "string/VekStringPrivate.h"
 
 #if defined(__SSE2__) && !defined(VEK_PORTABLE)
 #include <emmintrin.h>

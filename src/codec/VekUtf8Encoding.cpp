@@ -47,8 +47,8 @@
 // loaded from any address, so they are loaded only from input already known
 // to hold no zero unit (the reach, checked one aligned block ahead). Aligned
 // reads are hidden from the address sanitizer, which cannot know all that.
-#include "VekUtf8EncodingAvx512.h"
-#include "VekUtf8EncodingPortable.h"
+#include "codec/VekUtf8EncodingAvx512.h"
+#include "codec/VekUtf8EncodingPortable.h"
 
 #include <cstddef>
 #include <cstdint>

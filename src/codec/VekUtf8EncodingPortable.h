@@ -5,8 +5,8 @@
 // path on every target, or for UCS-4 also the SSE2 path alone, with the public
 // functions' contract, so that the tests can hold the paths against each
 // other. Not installed.
-#ifndef VEK_SRC_VEKUTF8ENCODINGPORTABLE_H
-#define VEK_SRC_VEKUTF8ENCODINGPORTABLE_H
+#ifndef VEK_SRC_CODEC_VEKUTF8ENCODINGPORTABLE_H
+#define VEK_SRC_CODEC_VEKUTF8ENCODINGPORTABLE_H
 
 #include "Vek/Utils/VekUtf8Encoding.h"
 
@@ -25,4 +25,4 @@ VekBool EncodeWithoutAvx512(const VekWideChar* input, char* output, VekSizeT out
 
 } // namespace VekUtf8Portable
 
-#endif // VEK_SRC_VEKUTF8ENCODINGPORTABLE_H
+#endif // VEK_SRC_CODEC_VEKUTF8ENCODINGPORTABLE_H

@@ -11,7 +11,7 @@
 // the lane's bytes beyond it are zero (the terminator, the only zero unit,
 // has been ruled out), so the bytes to keep are simply the nonzero ones: one
 // compress packs them in order and one masked store writes exactly them.
-#include "VekUtf8EncodingAvx512.h"
+#include "codec/VekUtf8EncodingAvx512.h"
 
 #include <cstdint>
 

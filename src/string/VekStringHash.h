@@ -22,8 +22,8 @@
 // Two block kernels: 8 bytes in a 64-bit word (any platform, and the portable
 // build), and 16 bytes in an SSE2 register, which every x86-64 processor has.
 // The tests run both against each other and against the plain definition.
-#ifndef VEK_SRC_VEKSTRINGHASH_H
-#define VEK_SRC_VEKSTRINGHASH_H
+#ifndef VEK_SRC_STRING_VEKSTRINGHASH_H
+#define VEK_SRC_STRING_VEKSTRINGHASH_H
 
 #include <cstdint>
 #include <cstring>
@@ -171,4 +171,4 @@ static inline VekSizeT StringHashBytes(const char* p, VekSizeT n)
 #endif
 }
 
-#endif // VEK_SRC_VEKSTRINGHASH_H
+#endif // VEK_SRC_STRING_VEKSTRINGHASH_H

@@ -8,7 +8,7 @@
 // asks the engine for a block of the grown capacity laid out with the surviving
 // pieces already at their final offsets, so no byte is copied twice and no
 // temporary buffer is needed even when the operand lies inside the string.
-#include "VekStringPrivate.h"
+#include "string/VekStringPrivate.h"
 
 // StringStartsInContent: the operand starts within the content, [buf, buf + size).
 static inline bool StringStartsInContent(const VekString* x, const char* s)
