@@ -109,7 +109,7 @@ VekString* VekStringAssignChar(VekString* x, char c) noexcept
 }
 
 // ---------------------------------------------------------------------------
-// Appending and resizing
+// Appending
 // ---------------------------------------------------------------------------
 
 // StringDoAppend appends the len bytes at s. In place, an operand inside the
@@ -200,16 +200,6 @@ VekString* VekStringAppendN(VekString* x, VekSizeT n, char c) noexcept
     return x;
 }
 
-static VekBool StringDoErase(VekString* x, VekSizeT pos, VekSizeT n);
-
-VekBool VekStringResize(VekString* x, VekSizeT n, const char* c) noexcept
-{
-    if (n < x->size)
-        return StringDoErase(x, n, x->size - n); // a tail: cannot fail
-    if (n == x->size)
-        return VEK_TRUE;
-    return (VekBool)(VekStringAppendN(x, n - x->size, *c) != nullptr);
-}
 
 // ---------------------------------------------------------------------------
 // Replacement and insertion
@@ -454,4 +444,19 @@ VekStringIterator VekStringEraseRange(VekString* x, VekStringIterator b,
     if (!StringDoErase(x, pos, static_cast<VekSizeT>(e - b)))
         return nullptr;
     return x->buf + pos;
+}
+
+// ---------------------------------------------------------------------------
+// Resizing
+// ---------------------------------------------------------------------------
+
+// VekStringResize cuts a tail with the erasing worker or pads with the
+// appending one, so it has their failure rules.
+VekBool VekStringResize(VekString* x, VekSizeT n, const char* c) noexcept
+{
+    if (n < x->size)
+        return StringDoErase(x, n, x->size - n); // a tail: cannot fail
+    if (n == x->size)
+        return VEK_TRUE;
+    return (VekBool)(VekStringAppendN(x, n - x->size, *c) != nullptr);
 }

@@ -22,7 +22,6 @@
 #include "Vek/Utils/VekTypes.h"
 #include "base/VekCheck.h"
 
-
 // Operands are located by address. The addresses are compared as integers
 // because an operand from another object has no defined pointer order
 // relative to a string's buffer.
