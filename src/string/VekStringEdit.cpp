@@ -200,7 +200,6 @@ VekString* VekStringAppendN(VekString* x, VekSizeT n, char c) noexcept
     return x;
 }
 
-
 // ---------------------------------------------------------------------------
 // Replacement and insertion
 // ---------------------------------------------------------------------------
