@@ -1,6 +1,7 @@
-// Facts about the UTF-8 codec. Every conversion runs through both paths (the
-// vector one the public functions take and the portable one), at shifting
-// alignments, and at each output size the contract is checked: a true result
+// Facts about the UTF-8 codec. Every conversion runs through the public
+// functions and the scalar code alone (the kernel-table test holds the other
+// kernels to the scalar code), at shifting alignments, and at each output
+// size the contract is checked: a true result
 // always carries the complete length, nothing lands beyond the output size,
 // and what lands is the whole conversion or its longest whole-character
 // prefix, terminated. Where ICU is installed it is the oracle for verdicts
@@ -15,8 +16,8 @@
 #include <string>
 #include <vector>
 
-#include "codec/VekUtf8EncodingPortable.h"
 #include "Vek/Utils/VekUtf8Encoding.h"
+#include "codec/VekUtf8Kernels.h"
 
 #if defined(VEK_TEST_HAVE_ICU)
 #define UCHAR_TYPE uint16_t
@@ -35,16 +36,14 @@ using Utf8 = std::vector<char>;
 using Utf16 = std::vector<VekUint16>;
 using Ucs4 = std::vector<VekWideChar>;
 
-// UCS-4 has a third path: the SSE2 one alone, where the public function
-// would take AVX-512.
 template <class In, class Out> struct Paths {
-    CodecFn<In, Out> simd, portable, narrower = nullptr;
+    CodecFn<In, Out> public_fn, scalar;
 };
 
-const Paths<VekWideChar, char> kEncode{VekUtf8Encode, VekUtf8Portable::Encode,
-                                       VekUtf8Portable::EncodeWithoutAvx512};
-const Paths<VekUint16, char> kEncodeUtf16{VekUtf8EncodeUtf16, VekUtf8Portable::EncodeUtf16};
-const Paths<char, VekUint16> kDecode{VekUtf8DecodeUtf16, VekUtf8Portable::DecodeUtf16};
+const VekUtf8::Utf8Kernels& kScalar = VekUtf8::Utf8KernelTable()[0];
+const Paths<VekWideChar, char> kEncode{VekUtf8Encode, kScalar.encode};
+const Paths<VekUint16, char> kEncodeUtf16{VekUtf8EncodeUtf16, kScalar.encode_utf16};
+const Paths<char, VekUint16> kDecode{VekUtf8DecodeUtf16, kScalar.decode_utf16};
 
 constexpr unsigned char kFill = 0xA5;
 constexpr std::size_t kGuard = 8;
@@ -109,16 +108,13 @@ Converted<Out> ConvertChecked(CodecFn<In, Out> fn, const std::vector<In>& input,
     return full;
 }
 
-// Both paths must give the expected outcome.
+// Both must give the expected outcome.
 template <class In, class Out>
 void ExpectConverts(const Paths<In, Out>& paths, const std::vector<In>& input,
                     const Converted<Out>& expected, std::size_t shift = 0)
 {
-    EXPECT_EQ(ConvertChecked(paths.simd, input, shift), expected) << "vector path";
-    EXPECT_EQ(ConvertChecked(paths.portable, input, shift), expected) << "portable path";
-    if (paths.narrower != nullptr) {
-        EXPECT_EQ(ConvertChecked(paths.narrower, input, shift), expected) << "narrower path";
-    }
+    EXPECT_EQ(ConvertChecked(paths.public_fn, input, shift), expected) << "public function";
+    EXPECT_EQ(ConvertChecked(paths.scalar, input, shift), expected) << "scalar code";
 }
 
 Utf8 Bytes(const char* s)
@@ -275,8 +271,8 @@ TEST(Utf8CodecOracle, MalformedUtf8AgreesWithIcu)
                         continue; // the same text as one already tried
                     text.erase(end, text.end());
                     const Converted<VekUint16> expected = IcuDecode(text);
-                    ASSERT_EQ(ConvertChecked(kDecode.simd, text, 0), expected);
-                    ASSERT_EQ(ConvertChecked(kDecode.portable, text, 0), expected);
+                    ASSERT_EQ(ConvertChecked(kDecode.public_fn, text, 0), expected);
+                    ASSERT_EQ(ConvertChecked(kDecode.scalar, text, 0), expected);
                 }
             }
         }

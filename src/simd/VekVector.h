@@ -46,14 +46,12 @@ template <unsigned kShift> struct MarksIn {
         return {bits & ~(std::uint64_t{1} << (Last() << kShift) << kTop)};
     }
 
-    // From keeps the positions k and above; Below those under k.
-    MarksIn From(unsigned k) const
-    {
-        return {k >= kLanes ? 0 : bits & (~std::uint64_t{0} << (k << kShift))};
-    }
+    // From keeps the positions k (below 16) and above; Below those under k
+    // (1 to 16), so that a register's worth is one shift of a 64-bit word.
+    MarksIn From(unsigned k) const { return {bits & (~std::uint64_t{0} << (k << kShift))}; }
     MarksIn Below(unsigned k) const
     {
-        return {k >= kLanes ? bits : bits & ((std::uint64_t{1} << (k << kShift)) - 1)};
+        return {bits & ((std::uint64_t{2} << ((k << kShift) - 1)) - 1)};
     }
 
     // Has tells whether position k is marked; After moves position k + i to i.

@@ -118,8 +118,9 @@ using VekVector::Marks;
 
 constexpr VekSizeT kBlock = 16;
 
-// NeedleEnds rules out sixteen candidate starts at once. Position i of the
-// result survives for the start p + i. Reads [p, p + n + 15).
+// NeedleEnds rules out sixteen candidate starts at once: Matches marks the
+// starts p + i whose first and last bytes equal the needle's. Reads
+// [p, p + n + 15).
 struct NeedleEnds {
     Bytes first;
     Bytes last;
@@ -130,13 +131,62 @@ struct NeedleEnds {
     {
     }
 
-    Marks Survivors(const char* p) const
+    Bytes Matches(const char* p) const
     {
         const Bytes starts = VekVector::Equal(VekVector::Load(p), first);
         const Bytes ends = VekVector::Equal(VekVector::Load(p + n - 1), last);
-        return VekVector::MarksOf(VekVector::And(starts, ends));
+        return VekVector::And(starts, ends);
+    }
+
+    Marks Survivors(const char* p) const { return VekVector::MarksOf(Matches(p)); }
+};
+
+// Confirming holds what the forward search allows for confirming survivors
+// with memcmp: n + 64 bytes to begin with and two more per start ruled out.
+// Where ruling out by the ends does not help (a periodic needle in
+// repetitive text) confirming could grow with text x needle; when the
+// allowance runs out the search stops, and the scalar code, which is linear,
+// finishes.
+struct Confirming {
+    const char* buf;
+    const char* y;
+    VekSizeT n;
+    VekSizeT allowance;
+
+    // LowestFirst confirms the survivors of the block at base, lowest first;
+    // true with the result in *out when the search ends there.
+    bool LowestFirst(Marks survivors, VekSizeT base, Searched* out)
+    {
+        for (; survivors.Any(); survivors = survivors.WithoutFirst()) {
+            const VekSizeT start = base + survivors.First();
+            if (StringNeedleRestAt(buf + start, y, n)) {
+                *out = {start, true};
+                return true;
+            }
+            if (allowance < n) {
+                *out = {start + 1, false};
+                return true;
+            }
+            allowance -= n;
+        }
+        allowance += 2 * kBlock;
+        return false;
     }
 };
+
+// HighestFirst confirms the survivors of the block at base, highest first;
+// true with the match in *out when there is one.
+inline bool HighestFirst(Marks survivors, VekSizeT base, const char* buf, const char* y, VekSizeT n,
+                         Searched* out)
+{
+    for (; survivors.Any(); survivors = survivors.WithoutLast()) {
+        if (StringNeedleRestAt(buf + base + survivors.Last(), y, n)) {
+            *out = {base + survivors.Last(), true};
+            return true;
+        }
+    }
+    return false;
+}
 
 // A set's bytes as the block loops compare with them. SetBytes broadcasts
 // each set byte once per step and compares it with all the step's blocks;
@@ -304,12 +354,10 @@ struct VectorSearch {
     static constexpr const char* kName = VekVector::kName;
 
     // Forward takes the starts from `from` to the last where the needle fits,
-    // lowest first, when there are at least 16 of them; the last block ends
-    // at the last start, its starts below `from` masked off. Where ruling out
-    // by the ends does not help (a periodic needle in repetitive text), the
-    // confirming could grow with text x needle, so it is allowed n + 64
-    // bytes to begin with and two more per start ruled out; past that it
-    // stops, and the scalar code, which is linear, finishes.
+    // lowest first, when there are at least 16 of them: two blocks a step
+    // while 32 remain, then one, the last block ending at the last start with
+    // its starts below `from` masked off. Survivors are confirmed within the
+    // allowance of Confirming, past which the scalar code finishes.
     static Searched Forward(const char* buf, VekSizeT size, VekSizeT from, const char* y,
                             VekSizeT n)
     {
@@ -318,45 +366,64 @@ struct VectorSearch {
         if (n > size || from > size - n || size - n - from < kBlock - 1)
             return {from, false};
         const VekSearchVector::NeedleEnds ends(y, n);
+        VekSearchVector::Confirming confirming{buf, y, n, n + 64};
         const VekSizeT last = size - n;
-        VekSizeT allowance = n + 64;
-        for (VekSizeT at = from; at <= last; at += kBlock) {
-            const VekSizeT block = at < last - (kBlock - 1) ? at : last - (kBlock - 1);
-            auto survivors = ends.Survivors(buf + block).From(static_cast<unsigned>(at - block));
-            for (; survivors.Any(); survivors = survivors.WithoutFirst()) {
-                const VekSizeT start = block + survivors.First();
-                if (StringNeedleRestAt(buf + start, y, n))
-                    return {start, true};
-                if (allowance < n)
-                    return {start + 1, false};
-                allowance -= n;
+        Searched result{VekStringNpos, true};
+        VekSizeT at = from;
+        for (; at <= last && last - at >= 2 * kBlock - 1; at += 2 * kBlock) {
+            const VekVector::Bytes low = ends.Matches(buf + at);
+            const VekVector::Bytes high = ends.Matches(buf + at + kBlock);
+            if (!VekVector::AnyMarked(VekVector::Or(low, high))) {
+                confirming.allowance += 4 * kBlock;
+                continue;
             }
-            allowance += 2 * kBlock;
+            if (confirming.LowestFirst(VekVector::MarksOf(low), at, &result) ||
+                confirming.LowestFirst(VekVector::MarksOf(high), at + kBlock, &result))
+                return result;
         }
-        return {VekStringNpos, true};
+        for (; at <= last; at += kBlock) {
+            const VekSizeT block = at < last - (kBlock - 1) ? at : last - (kBlock - 1);
+            const VekVector::Marks survivors =
+                ends.Survivors(buf + block).From(static_cast<unsigned>(at - block));
+            if (confirming.LowestFirst(survivors, block, &result))
+                return result;
+        }
+        return result;
     }
 
-    // Backward tries the starts r down to 0 sixteen at a time, when r >= 15,
-    // and confirms the survivors from the highest down. The last block, when
-    // fewer than sixteen starts remain, is the first sixteen starts with the
-    // ones already tried masked off, so no start is confirmed twice.
+    // Backward tries the starts r down to 0, when r >= 15, and confirms the
+    // survivors from the highest down: two blocks a step while 32 starts
+    // remain, then one. The last block, when fewer than sixteen starts
+    // remain, is the first sixteen starts with the ones already tried masked
+    // off, so no start is confirmed twice.
     static Searched Backward(const char* buf, VekSizeT r, const char* y, VekSizeT n)
     {
+        using VekSearchVector::HighestFirst;
         using VekSearchVector::kBlock;
         VEK_ASSERT(n >= 2, "the block filter needs distinct first and last bytes");
         if (r < kBlock - 1)
             return {r, false};
         const VekSearchVector::NeedleEnds ends(y, n);
-        for (VekSizeT end = r + 1; end != 0;) {
+        Searched result{VekStringNpos, true};
+        VekSizeT end = r + 1;
+        for (; end >= 2 * kBlock; end -= 2 * kBlock) {
+            const VekSizeT at = end - 2 * kBlock;
+            const VekVector::Bytes low = ends.Matches(buf + at),
+                                   high = ends.Matches(buf + at + kBlock);
+            if (VekVector::AnyMarked(VekVector::Or(low, high)) &&
+                (HighestFirst(VekVector::MarksOf(high), at + kBlock, buf, y, n, &result) ||
+                 HighestFirst(VekVector::MarksOf(low), at, buf, y, n, &result)))
+                return result;
+        }
+        while (end != 0) {
             const VekSizeT at = end >= kBlock ? end - kBlock : 0;
-            auto survivors = ends.Survivors(buf + at).Below(static_cast<unsigned>(end - at));
-            for (; survivors.Any(); survivors = survivors.WithoutLast()) {
-                if (StringNeedleRestAt(buf + at + survivors.Last(), y, n))
-                    return {at + survivors.Last(), true};
-            }
+            const VekVector::Marks survivors =
+                ends.Survivors(buf + at).Below(static_cast<unsigned>(end - at));
+            if (HighestFirst(survivors, at, buf, y, n, &result))
+                return result;
             end = at;
         }
-        return {VekStringNpos, true};
+        return result;
     }
 
     // SetForward takes [pos, size) when it holds a block.
