@@ -179,25 +179,28 @@ VekBool Transcode(const In* input, typename Output::Unit* output, VekSizeT outpu
     return VEK_TRUE;
 }
 
-// The three conversions of one kernel, with the public functions' contract.
+// The three conversions of one kernel, with the public functions' contract:
+// the rows of the kernel table, which the entry points call. Each is kept
+// out of its callers, so that it is the one caller of its conversion loop,
+// which is then compiled into it with its position and length in registers.
 // The decoder reads its input as bytes, whatever the signedness of char.
 template <class Kernel>
-VekBool Encode(const VekWideChar* input, char* output, VekSizeT outputSize,
-               VekSizeT* outputLen) noexcept
+[[gnu::noinline]] VekBool Encode(const VekWideChar* input, char* output, VekSizeT outputSize,
+                                 VekSizeT* outputLen) noexcept
 {
     return Transcode<Kernel, Utf8Output>(input, output, outputSize, outputLen);
 }
 
 template <class Kernel>
-VekBool EncodeUtf16(const VekUint16* input, char* output, VekSizeT outputSize,
-                    VekSizeT* outputLen) noexcept
+[[gnu::noinline]] VekBool EncodeUtf16(const VekUint16* input, char* output, VekSizeT outputSize,
+                                      VekSizeT* outputLen) noexcept
 {
     return Transcode<Kernel, Utf8Output>(input, output, outputSize, outputLen);
 }
 
 template <class Kernel>
-VekBool DecodeUtf16(const char* input, VekUint16* output, VekSizeT outputSize,
-                    VekSizeT* outputLen) noexcept
+[[gnu::noinline]] VekBool DecodeUtf16(const char* input, VekUint16* output, VekSizeT outputSize,
+                                      VekSizeT* outputLen) noexcept
 {
     const auto* bytes = reinterpret_cast<const unsigned char*>(input);
     return Transcode<Kernel, Utf16Output>(bytes, output, outputSize, outputLen);
@@ -219,7 +222,9 @@ constexpr Utf8Kernels kRows[] = {
     RowOf<BaselineKernel>(Always),
 #endif
 #if VEK_SIMD_AVX512
-    RowOf<Avx512Kernel>(VekUtf8Avx512::Usable),
+    // AVX-512 changes only UCS-4; the other two are the SSE2 row's own.
+    {Avx512Kernel::kName, VekUtf8Avx512::Usable, Encode<Avx512Kernel>, EncodeUtf16<BaselineKernel>,
+     DecodeUtf16<BaselineKernel>},
 #endif
 };
 

@@ -19,7 +19,7 @@ namespace VekUtf8 {
 // character, 2 for each half of a surrogate pair. It is false when the unit
 // breaks a pair: a low half with no high one before it, or anything but a
 // low half after a high one.
-inline bool CountUnit(uint32_t u, bool* awaiting_low, VekSizeT* n)
+static inline bool CountUnit(uint32_t u, bool* awaiting_low, VekSizeT* n)
 {
     const bool high = (u & 0xFC00u) == 0xD800u, low = (u & 0xFC00u) == 0xDC00u;
     if (low != *awaiting_low)
@@ -32,7 +32,7 @@ inline bool CountUnit(uint32_t u, bool* awaiting_low, VekSizeT* n)
 // MeasureByBlocks (UTF-16) counts unit by unit, which lets a pair straddle
 // any boundary: singly up to a block boundary, then whole aligned blocks,
 // then singly again from the block that holds the terminator.
-template <class Isa> bool MeasureByBlocks(const VekUint16* p, VekSizeT* len)
+template <class Isa> static inline bool MeasureByBlocks(const VekUint16* p, VekSizeT* len)
 {
     VekSizeT n = *len;
     bool awaiting_low = false, done = false;
@@ -55,7 +55,7 @@ template <class Isa> bool MeasureByBlocks(const VekUint16* p, VekSizeT* len)
 // MeasureByBlocks (UCS-4) counts singly up to a block boundary, then whole
 // aligned blocks, then singly again from the block that holds the
 // terminator.
-template <class Isa> bool MeasureByBlocks(const VekWideChar* p, VekSizeT* len)
+template <class Isa> static inline bool MeasureByBlocks(const VekWideChar* p, VekSizeT* len)
 {
     VekSizeT n = *len;
     bool done = false;

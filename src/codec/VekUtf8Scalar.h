@@ -32,32 +32,32 @@ constexpr uint32_t kMaxCodePoint = 0x10FFFF;
 // How a conversion phase ended.
 enum class Stop { kEnd, kFull, kRefused, kResume };
 
-inline bool IsSurrogate(uint32_t u)
+static inline bool IsSurrogate(uint32_t u)
 {
     return (u & 0xFFFFF800u) == 0xD800u;
 }
 
 // IsAsciiUnit holds for a unit that is its own ASCII character; the zero unit
 // is the terminator, not a character.
-template <class Unit> inline bool IsAsciiUnit(Unit u)
+template <class Unit> static inline bool IsAsciiUnit(Unit u)
 {
     return static_cast<uint32_t>(u) - 1u < 0x7Fu;
 }
 
-template <class Unit> inline bool IsBlockAligned(const Unit* p)
+template <class Unit> static inline bool IsBlockAligned(const Unit* p)
 {
     return reinterpret_cast<uintptr_t>(p) % (kBlockUnits * sizeof(Unit)) == 0;
 }
 
 // ---------------------------------------------------------------- input side
 
-inline bool IsScalarValue(uint32_t u)
+static inline bool IsScalarValue(uint32_t u)
 {
     return u <= kMaxCodePoint && !IsSurrogate(u);
 }
 
 // UCS-4: each unit is a code point, if it is a Unicode scalar value at all.
-inline bool ReadCodePoint(const VekWideChar*& p, uint32_t* cp)
+static inline bool ReadCodePoint(const VekWideChar*& p, uint32_t* cp)
 {
     const uint32_t u = *p;
     if (!IsScalarValue(u))
@@ -69,7 +69,7 @@ inline bool ReadCodePoint(const VekWideChar*& p, uint32_t* cp)
 
 // UTF-16: a high surrogate needs a low one right behind it (the terminator
 // is not one); a low surrogate on its own is unpaired.
-inline bool ReadCodePoint(const VekUint16*& p, uint32_t* cp)
+static inline bool ReadCodePoint(const VekUint16*& p, uint32_t* cp)
 {
     const uint32_t u = p[0];
     if (!IsSurrogate(u)) {
@@ -85,7 +85,7 @@ inline bool ReadCodePoint(const VekUint16*& p, uint32_t* cp)
     return true;
 }
 
-inline bool IsTrail(uint32_t b)
+static inline bool IsTrail(uint32_t b)
 {
     return (b & 0xC0u) == 0x80u;
 }
@@ -98,7 +98,7 @@ inline bool IsTrail(uint32_t b)
 // continuation byte, so a truncated sequence is refused and nothing behind
 // the terminator is read. ReadMultiByte reads a character whose lead byte
 // is not ASCII.
-inline bool ReadMultiByte(const unsigned char*& p, uint32_t* cp)
+static inline bool ReadMultiByte(const unsigned char*& p, uint32_t* cp)
 {
     const uint32_t lead = p[0];
     const uint32_t b1 = p[1];
@@ -125,7 +125,7 @@ inline bool ReadMultiByte(const unsigned char*& p, uint32_t* cp)
     return true;
 }
 
-inline bool ReadCodePoint(const unsigned char*& p, uint32_t* cp)
+static inline bool ReadCodePoint(const unsigned char*& p, uint32_t* cp)
 {
     if (p[0] < 0x80u) {
         *cp = p[0];
@@ -246,7 +246,7 @@ struct PlainAscii {
 // out + len when kStore, with the block test of Blocks (PlainAscii or a
 // vector kernel). A block that does not pass is left to the caller.
 template <class Blocks, bool kStore, class In, class Out>
-inline void TakeAsciiBlocks(const In*& p, Out* out, VekSizeT room, VekSizeT& len)
+static inline void TakeAsciiBlocks(const In*& p, Out* out, VekSizeT room, VekSizeT& len)
 {
     if (!IsBlockAligned(p))
         return;
@@ -260,7 +260,8 @@ inline void TakeAsciiBlocks(const In*& p, Out* out, VekSizeT room, VekSizeT& len
 // PutCharacter puts cp at out + *len when it fits in room units, or without
 // kStore only counts it; false when it does not fit.
 template <bool kStore, class Output>
-inline bool PutCharacter(typename Output::Unit* out, VekSizeT room, VekSizeT* len, uint32_t cp)
+static inline bool PutCharacter(typename Output::Unit* out, VekSizeT room, VekSizeT* len,
+                                uint32_t cp)
 {
     if constexpr (kStore) {
         if (room - *len >= Output::kSlack) {
@@ -287,8 +288,8 @@ inline bool PutCharacter(typename Output::Unit* out, VekSizeT room, VekSizeT* le
 // stores, char-typed for UTF-8, would otherwise force both back to memory
 // after every byte.
 template <bool kStore, bool kAsciiBlocks, class Output, class In>
-Stop TakeCharacters(const In*& input, typename Output::Unit* out, VekSizeT room, VekSizeT& length,
-                    bool resume)
+static inline Stop TakeCharacters(const In*& input, typename Output::Unit* out, VekSizeT room,
+                                  VekSizeT& length, bool resume)
 {
     const In* p = input;
     VekSizeT len = length;

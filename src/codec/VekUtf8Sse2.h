@@ -23,50 +23,50 @@ constexpr uintptr_t kRegisterBytes = 16;
 
 template <class Unit> constexpr VekSizeT kRegisterUnits = kRegisterBytes / sizeof(Unit);
 
-VEK_NO_SANITIZE_ADDRESS inline __m128i LoadAligned(const void* p)
+VEK_NO_SANITIZE_ADDRESS static inline __m128i LoadAligned(const void* p)
 {
     return _mm_load_si128(static_cast<const __m128i*>(p));
 }
 
-inline __m128i LoadUnaligned(const void* p)
+static inline __m128i LoadUnaligned(const void* p)
 {
     return _mm_loadu_si128(static_cast<const __m128i*>(p));
 }
 
-inline void StoreUnaligned(void* p, __m128i v)
+static inline void StoreUnaligned(void* p, __m128i v)
 {
     _mm_storeu_si128(static_cast<__m128i*>(p), v);
 }
 
-inline unsigned Bits(__m128i mask)
+static inline unsigned Bits(__m128i mask)
 {
     return static_cast<unsigned>(_mm_movemask_epi8(mask));
 }
 
 // The 16-bit lanes of two registers as one bit each, lane 0 of a in bit 0.
-inline unsigned LaneBits16(__m128i a, __m128i b)
+static inline unsigned LaneBits16(__m128i a, __m128i b)
 {
     return Bits(_mm_packs_epi16(a, b));
 }
 
-inline __m128i Set16(int v)
+static inline __m128i Set16(int v)
 {
     return _mm_set1_epi16(static_cast<short>(v));
 }
 
 // IsZero16 marks the 16-bit lanes of v & mask that are zero.
-inline __m128i IsZero16(__m128i v, int mask)
+static inline __m128i IsZero16(__m128i v, int mask)
 {
     return _mm_cmpeq_epi16(_mm_and_si128(v, Set16(mask)), _mm_setzero_si128());
 }
 
-inline __m128i Select(__m128i mask, __m128i yes, __m128i no)
+static inline __m128i Select(__m128i mask, __m128i yes, __m128i no)
 {
     return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
 }
 
 // ZeroUnits marks the units of a register of In that are zero.
-template <class In> inline __m128i ZeroUnits(__m128i v)
+template <class In> static inline __m128i ZeroUnits(__m128i v)
 {
     if constexpr (sizeof(In) == 1)
         return _mm_cmpeq_epi8(v, _mm_setzero_si128());
@@ -82,31 +82,31 @@ using Load = __m128i (*)(const void*);
 // every ASCII unit and makes every other a byte outside 1..0x7F: 0, or 0x80
 // and above (packs_epi32 keeps 0..0x7FFF, sends larger values to 0x7FFF and
 // values with the top bit set to negatives, which packus_epi16 sends to 0).
-template <Load kLoad> inline __m128i Narrowed(const VekUint16* p)
+template <Load kLoad> static inline __m128i Narrowed(const VekUint16* p)
 {
     return _mm_packus_epi16(kLoad(p), kLoad(p + 8));
 }
 
-template <Load kLoad> inline __m128i Narrowed(const VekWideChar* p)
+template <Load kLoad> static inline __m128i Narrowed(const VekWideChar* p)
 {
     return _mm_packus_epi16(_mm_packs_epi32(kLoad(p), kLoad(p + 4)),
                             _mm_packs_epi32(kLoad(p + 8), kLoad(p + 12)));
 }
 
 // OtherBytes marks the bytes outside 1..0x7F, one bit each.
-inline unsigned OtherBytes(__m128i bytes)
+static inline unsigned OtherBytes(__m128i bytes)
 {
     return Bits(_mm_or_si128(bytes, _mm_cmpeq_epi8(bytes, _mm_setzero_si128())));
 }
 
-inline void StoreWidened(VekUint16* out, __m128i bytes)
+static inline void StoreWidened(VekUint16* out, __m128i bytes)
 {
     StoreUnaligned(out, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
     StoreUnaligned(out + 8, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
 }
 
 // SumBytes adds up the unsigned bytes of a register.
-inline VekSizeT SumBytes(__m128i v)
+static inline VekSizeT SumBytes(__m128i v)
 {
     const __m128i sums = _mm_sad_epu8(v, _mm_setzero_si128());
     const auto low = static_cast<VekSizeT>(_mm_cvtsi128_si32(sums));
@@ -117,7 +117,7 @@ inline VekSizeT SumBytes(__m128i v)
 // behind a high one, none elsewhere, a high half in the last unit awaiting
 // its low one in the next block. Shifted right by 10, a high half is 0x36
 // and a low half 0x37.
-inline bool PairsHold(__m128i a, __m128i b, bool* awaiting_low)
+static inline bool PairsHold(__m128i a, __m128i b, bool* awaiting_low)
 {
     const __m128i halves = _mm_packus_epi16(_mm_srli_epi16(a, 10), _mm_srli_epi16(b, 10));
     const unsigned high = Bits(_mm_cmpeq_epi8(halves, _mm_set1_epi8(0x36)));
@@ -137,8 +137,8 @@ constexpr unsigned kBlocksPerSum16 = 255 / 2;
 // Shifted right by 11, a surrogate is 0x1B and no other unit is. It is false
 // when a surrogate is unpaired; *done tells whether it stopped before the
 // last block it could take.
-VEK_NO_SANITIZE_ADDRESS inline bool CountBlocks16(const VekUint16*& p, VekSizeT* n,
-                                                  bool* awaiting_low, bool* done)
+VEK_NO_SANITIZE_ADDRESS static inline bool CountBlocks16(const VekUint16*& p, VekSizeT* n,
+                                                         bool* awaiting_low, bool* done)
 {
     const __m128i one = _mm_set1_epi8(1), surrogate_shifted = _mm_set1_epi8(0x1B);
     __m128i sum = _mm_setzero_si128();
@@ -164,13 +164,13 @@ VEK_NO_SANITIZE_ADDRESS inline bool CountBlocks16(const VekUint16*& p, VekSizeT*
 // Shifted6 narrows two registers of UCS-4 units to 16-bit lanes of u >> 6,
 // with signed saturation: exact up to U+1FFFFF, so a value beyond U+10FFFF
 // is one above 0x43FF.
-inline __m128i Shifted6(__m128i a, __m128i b)
+static inline __m128i Shifted6(__m128i a, __m128i b)
 {
     return _mm_packs_epi32(_mm_srli_epi32(a, 6), _mm_srli_epi32(b, 6));
 }
 
 // AtLeast1 is 1 in the bytes that are not 0.
-inline __m128i AtLeast1(__m128i bytes)
+static inline __m128i AtLeast1(__m128i bytes)
 {
     return _mm_min_epu8(bytes, _mm_set1_epi8(1));
 }
@@ -181,7 +181,8 @@ inline __m128i AtLeast1(__m128i bytes)
 // bytes of u >> 11 (saturated), 1 and up from U+0800 on, 0x20 and up from
 // U+10000 on, and 0x1B for a surrogate. It is false when a unit is no scalar
 // value.
-VEK_NO_SANITIZE_ADDRESS inline bool CountBlocks32(const VekWideChar*& p, VekSizeT* n, bool* done)
+VEK_NO_SANITIZE_ADDRESS static inline bool CountBlocks32(const VekWideChar*& p, VekSizeT* n,
+                                                         bool* done)
 {
     constexpr unsigned kBlocksPerSum = 255 / 3;
     __m128i sum = _mm_setzero_si128();
@@ -222,7 +223,7 @@ struct Utf8Lanes {
 
 // BmpLanes encodes code points below U+10000 that are not surrogates: the
 // 1-, 2- and 3-byte forms are all built and the lane's class picks one.
-inline Utf8Lanes BmpLanes(__m128i cp)
+static inline Utf8Lanes BmpLanes(__m128i cp)
 {
     const __m128i below_80 = IsZero16(cp, 0xFF80), below_800 = IsZero16(cp, 0xF800);
     const __m128i six = _mm_srli_epi16(cp, 6);
@@ -238,7 +239,7 @@ inline Utf8Lanes BmpLanes(__m128i cp)
 
 // PutSupplementary replaces the lanes marked in mask by the 4-byte forms of
 // code points given as their plane (1 to 16) and their low 16 bits.
-inline void PutSupplementary(Utf8Lanes* lanes, __m128i mask, __m128i plane, __m128i low)
+static inline void PutSupplementary(Utf8Lanes* lanes, __m128i mask, __m128i plane, __m128i low)
 {
     const __m128i x80 = Set16(0x80);
     const __m128i lead = _mm_or_si128(_mm_srli_epi16(plane, 2), Set16(0xF0));
@@ -258,7 +259,7 @@ inline void PutSupplementary(Utf8Lanes* lanes, __m128i mask, __m128i plane, __m1
 // writes up to 4 bytes past the result. The offsets come from one multiply:
 // with a length in each byte, times 0x0101...01, byte i holds the sum of the
 // lengths up to i (at most 32, so no byte carries into the next).
-inline unsigned StoreLanes(const Utf8Lanes& lanes, char* out)
+static inline unsigned StoreLanes(const Utf8Lanes& lanes, char* out)
 {
     alignas(16) uint32_t words[8];
     _mm_store_si128(reinterpret_cast<__m128i*>(words), _mm_unpacklo_epi16(lanes.front, lanes.back));
@@ -278,7 +279,7 @@ inline unsigned StoreLanes(const Utf8Lanes& lanes, char* out)
 // pair is encoded in the lane of its high half and the low half's lane adds
 // nothing; a high half in the last lane is left to the next eight, which
 // start there. Any other surrogate is unpaired and declines.
-inline bool TakeEncoded(const VekUint16*& p, char* out, VekSizeT& len)
+static inline bool TakeEncoded(const VekUint16*& p, char* out, VekSizeT& len)
 {
     const __m128i units = LoadUnaligned(p);
     Utf8Lanes lanes = BmpLanes(units);
@@ -311,7 +312,7 @@ inline bool TakeEncoded(const VekUint16*& p, char* out, VekSizeT& len)
 // a surrogate or a value beyond U+10FFFF. The units are narrowed to their
 // low 16 bits and their plane; shifting the low half up and back down again,
 // with its sign, keeps the signed saturation of packs_epi32 out of it.
-inline bool TakeEncoded(const VekWideChar*& p, char* out, VekSizeT& len)
+static inline bool TakeEncoded(const VekWideChar*& p, char* out, VekSizeT& len)
 {
     const __m128i a = LoadUnaligned(p), b = LoadUnaligned(p + 4);
     const __m128i plane = _mm_packs_epi32(_mm_srli_epi32(a, 16), _mm_srli_epi32(b, 16));

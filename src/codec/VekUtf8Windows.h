@@ -44,7 +44,7 @@ template <class Out> constexpr VekSizeT kWindowRoom = sizeof(Out) == 1 ? 80 : 33
 
 // StartReach returns the first block boundary at or after p, having checked
 // that no unit before it is the terminator; nullptr when one is.
-template <class In> const In* StartReach(const In* p)
+template <class In> static inline const In* StartReach(const In* p)
 {
     for (; !IsBlockAligned(p); ++p) {
         if (*p == 0)
@@ -57,7 +57,7 @@ template <class In> const In* StartReach(const In* p)
 // until it is at least units ahead of p; false when the terminator comes
 // first.
 template <class Isa, class In>
-inline bool ExtendReach(const In*& reach, const In* p, VekSizeT units)
+static inline bool ExtendReach(const In*& reach, const In* p, VekSizeT units)
 {
     VEK_ASSERT(IsBlockAligned(reach) && reach >= p, "the reach is a block boundary ahead of p");
     while (static_cast<VekSizeT>(reach - p) < units) {
@@ -72,24 +72,24 @@ inline bool ExtendReach(const In*& reach, const In* p, VekSizeT units)
 
 // TwoBytes, ThreeBytes and FourBytes are the UTF-8 forms of a code point as
 // little-endian words.
-inline uint32_t TwoBytes(uint32_t cp)
+static inline uint32_t TwoBytes(uint32_t cp)
 {
     return 0x80C0u | (cp >> 6) | ((cp & 0x3Fu) << 8);
 }
 
-inline uint32_t ThreeBytes(uint32_t cp)
+static inline uint32_t ThreeBytes(uint32_t cp)
 {
     return 0x8080E0u | (cp >> 12) | ((cp << 2) & 0x3F00u) | ((cp & 0x3Fu) << 16);
 }
 
-inline uint32_t FourBytes(uint32_t cp)
+static inline uint32_t FourBytes(uint32_t cp)
 {
     return 0x808080F0u | (cp >> 18) | ((cp >> 4) & 0x3F00u) | ((cp << 10) & 0x3F0000u) |
            ((cp & 0x3Fu) << 24);
 }
 
 // PutWord stores a UTF-8 form of the given bytes at out + *written.
-inline void PutWord(char* out, VekSizeT* written, uint32_t word, unsigned bytes)
+static inline void PutWord(char* out, VekSizeT* written, uint32_t word, unsigned bytes)
 {
     VekMemCpy(out + *written, &word, sizeof word);
     *written += bytes;
@@ -97,7 +97,7 @@ inline void PutWord(char* out, VekSizeT* written, uint32_t word, unsigned bytes)
 
 // PutOther converts the character at a unit that is not ASCII into UTF-8
 // and returns how many units it took; 0 when there is no character there.
-inline unsigned PutOther(const VekUint16* at, char* out, VekSizeT* written)
+static inline unsigned PutOther(const VekUint16* at, char* out, VekSizeT* written)
 {
     const uint32_t u = at[0];
     if (u < 0x800u) {
@@ -115,7 +115,7 @@ inline unsigned PutOther(const VekUint16* at, char* out, VekSizeT* written)
     return 2;
 }
 
-inline unsigned PutOther(const VekWideChar* at, char* out, VekSizeT* written)
+static inline unsigned PutOther(const VekWideChar* at, char* out, VekSizeT* written)
 {
     const uint32_t u = at[0];
     if (u < 0x800u) {
@@ -135,7 +135,7 @@ inline unsigned PutOther(const VekWideChar* at, char* out, VekSizeT* written)
 // PutOther out of UTF-8 converts the character at a byte that is not ASCII
 // into UTF-16, or without kStore only counts its units.
 template <bool kStore>
-inline unsigned PutOther(const unsigned char* at, VekUint16* out, VekSizeT* written)
+static inline unsigned PutOther(const unsigned char* at, VekUint16* out, VekSizeT* written)
 {
     const unsigned char* next = at;
     uint32_t cp = 0;
@@ -149,7 +149,7 @@ inline unsigned PutOther(const unsigned char* at, VekUint16* out, VekSizeT* writ
 }
 
 template <bool kStore, class In, class Out>
-inline unsigned PutOtherOf(const In* at, Out* out, VekSizeT* written)
+static inline unsigned PutOtherOf(const In* at, Out* out, VekSizeT* written)
 {
     if constexpr (sizeof(In) == 1)
         return PutOther<kStore>(at, out, written);
@@ -168,8 +168,8 @@ inline unsigned PutOtherOf(const In* at, Out* out, VekSizeT* written)
 // to TakeCharacters: text with few ASCII units goes faster one character at
 // a time than through the marks.
 template <class Isa, bool kStore, class In, class Out>
-inline bool FinishWindowByCharacter(const In*& p, typename Isa::Marks others, Out* out,
-                                    VekSizeT& len)
+static inline bool FinishWindowByCharacter(const In*& p, typename Isa::Marks others, Out* out,
+                                           VekSizeT& len)
 {
     constexpr bool kRunsGoSingly = sizeof(Out) == 2;
     const In* const end = p + kWindowUnits;
@@ -201,7 +201,7 @@ inline bool FinishWindowByCharacter(const In*& p, typename Isa::Marks others, Ou
 
 // TakeAsciiWindow takes a window that was all ASCII only up to the next
 // block boundary, from where aligned blocks go faster.
-template <class In> inline bool TakeAsciiWindow(const In*& p, VekSizeT& len)
+template <class In> static inline bool TakeAsciiWindow(const In*& p, VekSizeT& len)
 {
     const auto misaligned = (reinterpret_cast<uintptr_t>(p) / sizeof(In)) % kBlockUnits;
     const VekSizeT units = kWindowUnits - static_cast<VekSizeT>(misaligned);
@@ -212,7 +212,7 @@ template <class In> inline bool TakeAsciiWindow(const In*& p, VekSizeT& len)
 
 // HasRun tells whether three units in a row are marked: no surrogate pair
 // and no text with ASCII between its other characters has that.
-template <class Marks> inline bool HasRun(Marks others)
+template <class Marks> static inline bool HasRun(Marks others)
 {
     return (others & others.After(1) & others.After(2)).Any();
 }
@@ -222,7 +222,7 @@ template <class Marks> inline bool HasRun(Marks others)
 // is then encoded in registers, eight units at a time, and any other is
 // finished character by character.
 template <class Isa, bool kStore, class In>
-inline bool TakeWindow(const In*& p, char* out, VekSizeT& len)
+static inline bool TakeWindow(const In*& p, char* out, VekSizeT& len)
 {
     static_assert(kStore, "measuring into UTF-8 counts whole blocks instead");
     const typename Isa::Marks others = Isa::StoreWindow(p, out + len);
@@ -236,7 +236,7 @@ inline bool TakeWindow(const In*& p, char* out, VekSizeT& len)
 // TakeWindow converts the 16 bytes at p into UTF-16 (or, without kStore,
 // counts them), widening them all and finishing the rest by character.
 template <class Isa, bool kStore>
-inline bool TakeWindow(const unsigned char*& p, VekUint16* out, VekSizeT& len)
+static inline bool TakeWindow(const unsigned char*& p, VekUint16* out, VekSizeT& len)
 {
     const typename Isa::Marks others =
         Isa::template StoreWindow<kStore>(p, kStore ? out + len : out);
@@ -251,7 +251,8 @@ inline bool TakeWindow(const unsigned char*& p, VekUint16* out, VekSizeT& len)
 // near or the room short. reach, nullptr at first, is carried from one call
 // to the next.
 template <class Isa, bool kStore, class In, class Out>
-bool TakeWindows(const In*& p, Out* out, VekSizeT room, VekSizeT& len, const In*& reach)
+static inline bool TakeWindows(const In*& p, Out* out, VekSizeT room, VekSizeT& len,
+                               const In*& reach)
 {
     for (;;) {
         TakeAsciiBlocks<Isa, kStore>(p, out, room, len);
