@@ -11,6 +11,7 @@
 
 #include "Vek/Utils/VekStdCLib.h"
 #include "codec/VekUtf8Scalar.h"
+#include "codec/VekUtf8Windows.h"
 #include "simd/VekVector.h"
 
 #if VEK_SIMD_SSE2
@@ -254,11 +255,7 @@ static inline void PutSupplementary(Utf8Lanes* lanes, __m128i mask, __m128i plan
 }
 
 // StoreLanes stores the eight characters one behind the other at out and
-// returns their bytes: each is one 4-byte store at the sum of the lengths
-// before it, which the next one overwrites beyond its own length, so it
-// writes up to 4 bytes past the result. The offsets come from one multiply:
-// with a length in each byte, times 0x0101...01, byte i holds the sum of the
-// lengths up to i (at most 32, so no byte carries into the next).
+// returns their bytes (PutEightWords).
 static inline unsigned StoreLanes(const Utf8Lanes& lanes, char* out)
 {
     alignas(16) uint32_t words[8];
@@ -268,11 +265,7 @@ static inline unsigned StoreLanes(const Utf8Lanes& lanes, char* out)
     uint64_t lengths = 0;
     _mm_storel_epi64(reinterpret_cast<__m128i*>(&lengths),
                      _mm_packus_epi16(lanes.length, lanes.length));
-    const uint64_t ends = lengths * 0x0101010101010101u;
-    const uint64_t starts = ends << 8;
-    for (unsigned k = 0; k < 8; ++k)
-        VekMemCpy(out + ((starts >> (8 * k)) & 0xFF), &words[k], sizeof words[k]);
-    return static_cast<unsigned>(ends >> 56);
+    return PutEightWords(words, lengths, out);
 }
 
 // TakeEncoded converts the eight UTF-16 units at p in registers. A surrogate

@@ -157,6 +157,22 @@ static inline unsigned PutOtherOf(const In* at, Out* out, VekSizeT* written)
         return PutOther(at, out, written);
 }
 
+// PutEightWords stores eight UTF-8 forms, each a little-endian word whose
+// length is byte k of lengths, one behind the other at out, and returns
+// their bytes. Each is one 4-byte store at the sum of the lengths before it,
+// which the next one overwrites beyond its own length, so it writes up to 4
+// bytes past the result. The offsets come from one multiply: with a length
+// in each byte, times 0x0101...01, byte k holds the sum of the lengths up to
+// k (at most 32, so no byte carries into the next).
+static inline unsigned PutEightWords(const uint32_t (&words)[8], uint64_t lengths, char* out)
+{
+    const uint64_t ends = lengths * 0x0101010101010101u;
+    const uint64_t starts = ends << 8;
+    for (unsigned k = 0; k < 8; ++k)
+        VekMemCpy(out + ((starts >> (8 * k)) & 0xFF), &words[k], sizeof words[k]);
+    return static_cast<unsigned>(ends >> 56);
+}
+
 // ------------------------------------------------------------------ windows
 
 // FinishWindowByCharacter finishes a window whose units have all been
