@@ -27,7 +27,7 @@
 #include <cstring>
 
 #include "Vek/Utils/VekStdCLib.h"
-#include "Vek/Utils/VekTypes.h"
+#include "Vek/Utils/VekString.h"
 #include "base/VekCheck.h"
 #include "simd/VekVector.h"
 
