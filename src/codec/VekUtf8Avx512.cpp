@@ -15,6 +15,7 @@
 
 #include <cstdint>
 
+#include "base/VekCheck.h"
 #include "simd/VekSimd.h"
 
 #if VEK_SIMD_AVX512
@@ -172,6 +173,7 @@ VEK_AVX512 inline bool MeasureBlock(const Block& b, VekSizeT& len)
 // for the arithmetic before it.
 VEK_AVX512 void TakeUcs4(const VekWideChar*& p, char* out, VekSizeT room, VekSizeT& len) noexcept
 {
+    VEK_ASSERT(len <= room, "the conversion already fills more than its room");
     if (reinterpret_cast<uintptr_t>(p) % sizeof(VekWideChar) != 0)
         return;
     const Block first = FirstBlock(p);

@@ -217,6 +217,7 @@ constexpr unsigned kBlocksPerSum16 = 255 / 2;
 VEK_NO_SANITIZE_ADDRESS static inline bool CountBlocks16(const VekUint16*& p, VekSizeT* n,
                                                          bool* awaiting_low, bool* done)
 {
+    VEK_ASSERT(IsBlockAligned(p), "blocks are counted whole from a block boundary");
     const uint8x16_t one = vdupq_n_u8(1);
     uint8x16_t sum = vdupq_n_u8(0);
     unsigned blocks = 0;
@@ -248,6 +249,7 @@ VEK_NO_SANITIZE_ADDRESS static inline bool CountBlocks16(const VekUint16*& p, Ve
 VEK_NO_SANITIZE_ADDRESS static inline bool CountBlocks32(const VekWideChar*& p, VekSizeT* n,
                                                          bool* done)
 {
+    VEK_ASSERT(IsBlockAligned(p), "blocks are counted whole from a block boundary");
     constexpr unsigned kBlocksPerSum = 255 / 3;
     uint16x8_t sum = Set16(0);
     unsigned blocks = 0;

@@ -230,6 +230,7 @@ struct PlainAscii {
     template <bool kStore, class In, class Out>
     VEK_NO_SANITIZE_ADDRESS static bool AsciiBlock(const In* p, Out* out)
     {
+        VEK_ASSERT(IsBlockAligned(p), "a block is read whole only from a block boundary");
         bool ascii = true;
         for (VekSizeT k = 0; k < kBlockUnits; ++k)
             ascii &= IsAsciiUnit(p[k]);
@@ -291,6 +292,7 @@ template <bool kStore, bool kAsciiBlocks, class Output, class In>
 static inline Stop TakeCharacters(const In*& input, typename Output::Unit* out, VekSizeT room,
                                   VekSizeT& length, bool resume)
 {
+    VEK_ASSERT(length <= room, "the conversion already fills more than its room");
     const In* p = input;
     VekSizeT len = length;
     Stop stop = Stop::kEnd;

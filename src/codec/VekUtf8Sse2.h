@@ -141,6 +141,7 @@ constexpr unsigned kBlocksPerSum16 = 255 / 2;
 VEK_NO_SANITIZE_ADDRESS static inline bool CountBlocks16(const VekUint16*& p, VekSizeT* n,
                                                          bool* awaiting_low, bool* done)
 {
+    VEK_ASSERT(IsBlockAligned(p), "blocks are counted whole from a block boundary");
     const __m128i one = _mm_set1_epi8(1), surrogate_shifted = _mm_set1_epi8(0x1B);
     __m128i sum = _mm_setzero_si128();
     unsigned blocks = 0;
@@ -185,6 +186,7 @@ static inline __m128i AtLeast1(__m128i bytes)
 VEK_NO_SANITIZE_ADDRESS static inline bool CountBlocks32(const VekWideChar*& p, VekSizeT* n,
                                                          bool* done)
 {
+    VEK_ASSERT(IsBlockAligned(p), "blocks are counted whole from a block boundary");
     constexpr unsigned kBlocksPerSum = 255 / 3;
     __m128i sum = _mm_setzero_si128();
     unsigned blocks = 0;

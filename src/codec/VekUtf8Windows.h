@@ -26,6 +26,8 @@
 #ifndef VEK_SRC_CODEC_VEKUTF8WINDOWS_H
 #define VEK_SRC_CODEC_VEKUTF8WINDOWS_H
 
+#include <algorithm>
+
 #include "Vek/Utils/VekStdCLib.h"
 #include "codec/VekUtf8Scalar.h"
 
@@ -41,6 +43,13 @@ constexpr VekSizeT kWindowReach = 32;
 template <class Out> constexpr VekSizeT kWindowRoom = sizeof(Out) == 1 ? 80 : 33;
 
 // ------------------------------------------------------------------- reach
+
+// GoesOn tells whether the units [p, p + units) hold no terminator; the
+// checked build asserts it for what a window reads.
+template <class In> static inline bool GoesOn(const In* p, VekSizeT units)
+{
+    return std::find(p, p + units, In{0}) == p + units;
+}
 
 // StartReach returns the first block boundary at or after p, having checked
 // that no unit before it is the terminator; nullptr when one is.
@@ -187,6 +196,7 @@ template <class Isa, bool kStore, class In, class Out>
 static inline bool FinishWindowByCharacter(const In*& p, typename Isa::Marks others, Out* out,
                                            VekSizeT& len)
 {
+    VEK_ASSERT(others.Any(), "a window of ASCII alone is taken whole");
     constexpr bool kRunsGoSingly = sizeof(Out) == 2;
     const In* const end = p + kWindowUnits;
     const In* q = p;
@@ -241,6 +251,7 @@ template <class Isa, bool kStore, class In>
 static inline bool TakeWindow(const In*& p, char* out, VekSizeT& len)
 {
     static_assert(kStore, "measuring into UTF-8 counts whole blocks instead");
+    VEK_ASSERT(GoesOn(p, kWindowReach), "a window reads only input known to go on");
     const typename Isa::Marks others = Isa::StoreWindow(p, out + len);
     if (!others.Any())
         return TakeAsciiWindow(p, len);
@@ -254,6 +265,7 @@ static inline bool TakeWindow(const In*& p, char* out, VekSizeT& len)
 template <class Isa, bool kStore>
 static inline bool TakeWindow(const unsigned char*& p, VekUint16* out, VekSizeT& len)
 {
+    VEK_ASSERT(GoesOn(p, kWindowReach), "a window reads only input known to go on");
     const typename Isa::Marks others =
         Isa::template StoreWindow<kStore>(p, kStore ? out + len : out);
     if (!others.Any())

@@ -25,6 +25,7 @@
 
 #include <cstdint>
 
+#include "base/VekCheck.h"
 #include "simd/VekSimd.h"
 
 namespace VekVector {
@@ -37,8 +38,16 @@ template <unsigned kShift> struct MarksIn {
     bool Any() const { return bits != 0; }
 
     // First and Last need Any().
-    unsigned First() const { return static_cast<unsigned>(__builtin_ctzll(bits)) >> kShift; }
-    unsigned Last() const { return (63u - static_cast<unsigned>(__builtin_clzll(bits))) >> kShift; }
+    unsigned First() const
+    {
+        VEK_ASSERT(Any(), "no first mark in empty marks");
+        return static_cast<unsigned>(__builtin_ctzll(bits)) >> kShift;
+    }
+    unsigned Last() const
+    {
+        VEK_ASSERT(Any(), "no last mark in empty marks");
+        return (63u - static_cast<unsigned>(__builtin_clzll(bits))) >> kShift;
+    }
 
     MarksIn WithoutFirst() const { return {bits & (bits - 1)}; }
     MarksIn WithoutLast() const
@@ -48,9 +57,14 @@ template <unsigned kShift> struct MarksIn {
 
     // From keeps the positions k (below 16) and above; Below those under k
     // (1 to 16), so that a register's worth is one shift of a 64-bit word.
-    MarksIn From(unsigned k) const { return {bits & (~std::uint64_t{0} << (k << kShift))}; }
+    MarksIn From(unsigned k) const
+    {
+        VEK_ASSERT(k < kLanes, "From takes a position in the register");
+        return {bits & (~std::uint64_t{0} << (k << kShift))};
+    }
     MarksIn Below(unsigned k) const
     {
+        VEK_ASSERT(k >= 1 && k <= kLanes, "Below takes a count of 1 to 16 positions");
         return {bits & ((std::uint64_t{2} << ((k << kShift) - 1)) - 1)};
     }
 

@@ -31,6 +31,7 @@
 #include <cstring>
 
 #include "Vek/Utils/SysDep/VekBaseTypes.h"
+#include "base/VekCheck.h"
 #include "simd/VekSimd.h"
 
 #if VEK_SIMD_SSE2
@@ -102,6 +103,7 @@ static inline VekSizeT StringHashWordStep(VekSizeT hash, const char* p)
 static inline VekSizeT StringHashFinish(VekSizeT hash, const char* begin, const char* p,
                                         const char* end)
 {
+    VEK_ASSERT(begin <= p && p <= end, "the bytes hashed so far lie within the run");
     for (; end - p >= 8; p += 8)
         hash = StringHashWordStep(hash, p);
     const unsigned rest = static_cast<unsigned>(end - p);
