@@ -58,21 +58,32 @@ Stop TakeByKernel(const In*& p, typename Output::Unit* out, VekSizeT room, VekSi
 template <class Kernel, class Output, class In> bool MeasureByKernel(const In* p, VekSizeT* len)
 {
     using Unit = typename Output::Unit;
-    return TakeByKernel<Kernel, false, Output>(p, static_cast<Unit*>(nullptr), kUnlimited, *len) ==
-           Stop::kEnd;
+    VekSizeT n = *len;
+    const Stop stop =
+        TakeByKernel<Kernel, false, Output>(p, static_cast<Unit*>(nullptr), kUnlimited, n);
+    *len = n;
+    return stop == Stop::kEnd;
 }
+
+// NoBulk is a kernel without a first pass by whole blocks before the rest
+// (only AVX-512 has one, for UCS-4).
+struct NoBulk {
+    template <class In, class Out>
+    static void TakeBulk(const In*& /*p*/, Out* /*out*/, VekSizeT /*room*/, VekSizeT& /*len*/)
+    {
+    }
+    template <class In> static void MeasureBulk(const In*& /*p*/, VekSizeT& /*len*/) {}
+};
 
 // ScalarKernel leaves everything to the scalar loop, which then takes
 // aligned ASCII blocks itself.
-struct ScalarKernel {
+struct ScalarKernel : NoBulk {
     static constexpr const char* kName = "scalar";
     static constexpr bool kPlainAsciiBlocks = true;
 
-    template <class In, class Out> static void TakeBulk(const In*&, Out*, VekSizeT, VekSizeT&) {}
-    template <class In> static void MeasureBulk(const In*&, VekSizeT&) {}
-
     template <bool kStore, class In, class Out>
-    static bool TakeWindows(const In*&, Out*, VekSizeT, VekSizeT&, const In*&)
+    static bool TakeWindows(const In*& /*p*/, Out* /*out*/, VekSizeT /*room*/, VekSizeT& /*len*/,
+                            const In*& /*reach*/)
     {
         return false;
     }
@@ -84,12 +95,9 @@ struct ScalarKernel {
 };
 
 // VectorKernel runs the windows and the block counting over Isa's registers.
-template <class Isa> struct VectorKernel {
+template <class Isa> struct VectorKernel : NoBulk {
     static constexpr const char* kName = Isa::kName;
     static constexpr bool kPlainAsciiBlocks = false;
-
-    template <class In, class Out> static void TakeBulk(const In*&, Out*, VekSizeT, VekSizeT&) {}
-    template <class In> static void MeasureBulk(const In*&, VekSizeT&) {}
 
     template <bool kStore, class In, class Out>
     static bool TakeWindows(const In*& p, Out* out, VekSizeT room, VekSizeT& len, const In*& reach)
@@ -120,8 +128,8 @@ using BaselineKernel = ScalarKernel;
 struct Avx512Kernel : VectorKernel<Utf8Sse2> {
     static constexpr const char* kName = "AVX-512";
 
-    using VectorKernel::MeasureBulk;
-    using VectorKernel::TakeBulk;
+    using NoBulk::MeasureBulk;
+    using NoBulk::TakeBulk;
 
     static void TakeBulk(const VekWideChar*& p, char* out, VekSizeT room, VekSizeT& len)
     {

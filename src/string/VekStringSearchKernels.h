@@ -94,17 +94,24 @@ template <Wanted kWanted> static inline bool StringQualifies(const char* y, VekS
 struct ScalarSearch {
     static constexpr const char* kName = "scalar";
 
-    static Searched Forward(const char*, VekSizeT, VekSizeT from, const char*, VekSizeT)
+    static Searched Forward(const char* /*buf*/, VekSizeT /*size*/, VekSizeT from,
+                            const char* /*y*/, VekSizeT /*n*/)
     {
         return {from, false};
     }
-    static Searched Backward(const char*, VekSizeT r, const char*, VekSizeT) { return {r, false}; }
+    static Searched Backward(const char* /*buf*/, VekSizeT r, const char* /*y*/, VekSizeT /*n*/)
+    {
+        return {r, false};
+    }
     template <Wanted>
-    static Searched SetForward(const char*, VekSizeT, VekSizeT pos, const char*, VekSizeT)
+    static Searched SetForward(const char* /*buf*/, VekSizeT /*size*/, VekSizeT pos,
+                               const char* /*y*/, VekSizeT /*n*/)
     {
         return {pos, false};
     }
-    template <Wanted> static Searched SetBackward(const char*, VekSizeT end, const char*, VekSizeT)
+    template <Wanted>
+    static Searched SetBackward(const char* /*buf*/, VekSizeT end, const char* /*y*/,
+                                VekSizeT /*n*/)
     {
         return {end, false};
     }
