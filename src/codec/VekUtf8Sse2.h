@@ -114,15 +114,12 @@ static inline VekSizeT SumBytes(__m128i v)
     return low + static_cast<VekSizeT>(_mm_extract_epi16(sums, 4));
 }
 
-// PairsHold checks the surrogates of 16 UTF-16 units: each low half right
-// behind a high one, none elsewhere, a high half in the last unit awaiting
-// its low one in the next block. Shifted right by 10, a high half is 0x36
-// and a low half 0x37.
-static inline bool PairsHold(__m128i a, __m128i b, bool* awaiting_low)
+// PairsHold checks the surrogates of 16 UTF-16 units, given as the marks
+// of their high and low halves: each low half right behind a high one, none
+// elsewhere, a high half in the last unit awaiting its low one in the next
+// block.
+static inline bool PairsHold(unsigned high, unsigned low, bool* awaiting_low)
 {
-    const __m128i halves = _mm_packus_epi16(_mm_srli_epi16(a, 10), _mm_srli_epi16(b, 10));
-    const unsigned high = Bits(_mm_cmpeq_epi8(halves, _mm_set1_epi8(0x36)));
-    const unsigned low = Bits(_mm_cmpeq_epi8(halves, _mm_set1_epi8(0x37)));
     const bool held = (((high << 1) | *awaiting_low) & 0xFFFF) == low;
     *awaiting_low = (high & 0x8000) != 0;
     return held;
@@ -135,14 +132,14 @@ constexpr unsigned kBlocksPerSum16 = 255 / 2;
 // CountBlocks16 moves p over up to kBlocksPerSum16 aligned blocks of UTF-16
 // that hold no terminator, adding their UTF-8 bytes to *n: one a unit, one
 // more from U+0080, one more from U+0800, one less for each surrogate.
-// Shifted right by 11, a surrogate is 0x1B and no other unit is. It is false
-// when a surrogate is unpaired; *done tells whether it stopped before the
-// last block it could take.
+// Shifted right by 10, a unit from U+0800 on is 2 or more, a high surrogate
+// 0x36 and a low one 0x37. It is false when a surrogate is unpaired; *done
+// tells whether it stopped before the last block it could take.
 VEK_NO_SANITIZE_ADDRESS static inline bool CountBlocks16(const VekUint16*& p, VekSizeT* n,
                                                          bool* awaiting_low, bool* done)
 {
     VEK_ASSERT(IsBlockAligned(p), "blocks are counted whole from a block boundary");
-    const __m128i one = _mm_set1_epi8(1), surrogate_shifted = _mm_set1_epi8(0x1B);
+    const __m128i one = _mm_set1_epi8(1);
     __m128i sum = _mm_setzero_si128();
     unsigned blocks = 0;
     for (; blocks < kBlocksPerSum16; ++blocks, p += kBlockUnits) {
@@ -151,10 +148,14 @@ VEK_NO_SANITIZE_ADDRESS static inline bool CountBlocks16(const VekUint16*& p, Ve
         if (Bits(_mm_or_si128(_mm_cmpeq_epi16(a, zero), _mm_cmpeq_epi16(b, zero))) != 0)
             break;
         const __m128i from_80 = _mm_packus_epi16(_mm_srli_epi16(a, 7), _mm_srli_epi16(b, 7));
-        const __m128i from_800 = _mm_packus_epi16(_mm_srli_epi16(a, 11), _mm_srli_epi16(b, 11));
-        const __m128i surrogate = _mm_cmpeq_epi8(from_800, surrogate_shifted);
-        if ((Bits(surrogate) != 0 || *awaiting_low) && !PairsHold(a, b, awaiting_low))
+        const __m128i halves = _mm_packus_epi16(_mm_srli_epi16(a, 10), _mm_srli_epi16(b, 10));
+        const __m128i high = _mm_cmpeq_epi8(halves, _mm_set1_epi8(0x36));
+        const __m128i low = _mm_cmpeq_epi8(halves, _mm_set1_epi8(0x37));
+        const __m128i surrogate = _mm_or_si128(high, low);
+        if ((Bits(surrogate) != 0 || *awaiting_low) &&
+            !PairsHold(Bits(high), Bits(low), awaiting_low))
             return false;
+        const __m128i from_800 = _mm_subs_epu8(halves, one);
         const __m128i extra = _mm_add_epi8(_mm_min_epu8(from_80, one), _mm_min_epu8(from_800, one));
         sum = _mm_add_epi8(sum, _mm_add_epi8(extra, surrogate));
     }
