@@ -31,7 +31,9 @@ static inline bool CountUnit(uint32_t u, bool* awaiting_low, VekSizeT* n)
 
 // MeasureByBlocks (UTF-16) counts unit by unit, which lets a pair straddle
 // any boundary: singly up to a block boundary, then whole aligned blocks,
-// then singly again from the block that holds the terminator.
+// then singly again from the block that holds the terminator. Runs of ASCII
+// blocks go first through the block test of the conversion, which is
+// cheaper than counting them, unless a low surrogate is due.
 template <class Isa> static inline bool MeasureByBlocks(const VekUint16* p, VekSizeT* len)
 {
     VekSizeT n = *len;
@@ -41,6 +43,8 @@ template <class Isa> static inline bool MeasureByBlocks(const VekUint16* p, VekS
             return false;
     }
     while (IsBlockAligned(p) && !done) {
+        if (!awaiting_low)
+            TakeAsciiBlocks<Isa, false>(p, static_cast<char*>(nullptr), kUnlimited, n);
         if (!Isa::CountBlocks(p, &n, &awaiting_low, &done))
             return false;
     }
