@@ -82,15 +82,16 @@ void CheckAtSize(CodecFn<In, Out> fn, const In* in, const std::vector<Out>& full
     }
 }
 
-// ConvertChecked converts input placed shift units into its buffer and checks the
-// contract at output sizes around the result's length.
+// ConvertChecked converts input placed shift units past a 64-byte boundary and
+// checks the contract at output sizes around the result's length.
 template <class In, class Out>
 Converted<Out> ConvertChecked(CodecFn<In, Out> fn, const std::vector<In>& input, std::size_t shift)
 {
-    std::vector<In> buffer(shift + input.size() + 1 + 64, static_cast<In>(0x41));
-    std::copy(input.begin(), input.end(), buffer.begin() + shift);
-    buffer[shift + input.size()] = 0;
-    const In* in = buffer.data() + shift;
+    std::vector<In> buffer(64 + shift + input.size() + 1 + 64, static_cast<In>(0x41));
+    const auto misaligned = reinterpret_cast<std::uintptr_t>(buffer.data()) % 64 / sizeof(In);
+    In* const in = buffer.data() + (64 / sizeof(In) - misaligned) + shift;
+    std::copy(input.begin(), input.end(), in);
+    in[input.size()] = 0;
     VekSizeT len = 0;
     if (!fn(in, nullptr, 0, &len)) {
         std::vector<Out> out(2 * input.size() + 8);
@@ -137,7 +138,8 @@ TEST(Utf8Codec, EncodesEachLengthClassAndItsLimits)
 }
 
 // A unit that is no character refuses the text wherever it stands, the
-// boundary values included, also deep inside text that vectors take.
+// boundary values included, also deep inside text that vectors take; so
+// does a surrogate half without its partner.
 TEST(Utf8Codec, RefusesEveryUnitThatIsNoCharacter)
 {
     for (VekWideChar bad : {0xD800u, 0xDFFFu, 0x110000u, 0x11FFFFu, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
@@ -148,6 +150,15 @@ TEST(Utf8Codec, RefusesEveryUnitThatIsNoCharacter)
             ExpectConverts(kEncode, text, Converted<char>(), at % 5);
         }
     }
+    // A high surrogate whose low half comes only after whole blocks of
+    // ASCII is unpaired, wherever the blocks begin.
+    Utf16 split(7, 'a');
+    split.push_back(0xD800);
+    split.insert(split.end(), 32, 'a');
+    split.push_back(0xDC00);
+    split.insert(split.end(), 16, 'a');
+    for (std::size_t shift = 0; shift < 16; ++shift)
+        ExpectConverts(kEncodeUtf16, split, Converted<char>(), shift);
 }
 
 #if defined(VEK_TEST_HAVE_ICU)
