@@ -68,9 +68,18 @@ template <unsigned kShift> struct MarksIn {
         return {bits & ((std::uint64_t{2} << ((k << kShift) - 1)) - 1)};
     }
 
-    // Has tells whether position k is marked; After moves position k + i to i.
+    // Has tells whether position k is marked; After moves position k + i to
+    // i, for k up to 31, and drops the positions below k.
     bool Has(unsigned k) const { return k < kLanes && ((bits >> (k << kShift)) & kBit) != 0; }
-    MarksIn After(unsigned k) const { return {k >= kLanes ? 0 : bits >> (k << kShift)}; }
+    MarksIn After(unsigned k) const
+    {
+        VEK_ASSERT(k < 2 * kLanes, "After moves by at most 31 positions");
+        if constexpr (kShift == 0)
+            return {bits >> k};
+        // Two shifts, each below 64 bits, reach past the register.
+        const unsigned half = (k << kShift) / 2;
+        return {bits >> half >> ((k << kShift) - half)};
+    }
 
     MarksIn operator&(MarksIn other) const { return {bits & other.bits}; }
 
