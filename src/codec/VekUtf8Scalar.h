@@ -251,8 +251,11 @@ static inline void TakeAsciiBlocks(const In*& p, Out* out, VekSizeT room, VekSiz
 {
     if (!IsBlockAligned(p))
         return;
-    while (room - len >= kBlockUnits &&
-           Blocks::template AsciiBlock<kStore>(p, kStore ? out + len : out)) {
+    // The bound on the blocks is taken once, so that a step of the loop is
+    // the block test and two additions.
+    for (VekSizeT blocks = (room - len) / kBlockUnits;
+         blocks != 0 && Blocks::template AsciiBlock<kStore>(p, kStore ? out + len : out);
+         --blocks) {
         p += kBlockUnits;
         len += kBlockUnits;
     }
