@@ -1,7 +1,8 @@
 // CodecFuzzer.cpp - the input read three ways, as zero-terminated UTF-8
 // bytes, UTF-16 units and UCS-4 units, and fed to the codec's three
-// conversions on both of its paths (vector and portable), with the input at
-// a shifting alignment. ICU is the oracle for the verdict and the output.
+// conversions through the public functions and every kernel this build has
+// and this processor runs, with the input at a shifting alignment. ICU is the oracle for the
+// verdict and the output.
 //
 // For every conversion: a refused input leaves *outputLen unset at every
 // output size; an accepted one reports the whole length at every output size
@@ -17,8 +18,8 @@
 #include <optional>
 #include <vector>
 
-#include "../src/VekUtf8EncodingPortable.h"
 #include "Vek/Utils/VekUtf8Encoding.h"
+#include "codec/VekUtf8Kernels.h"
 
 #define UCHAR_TYPE uint16_t
 #include <unicode/ustring.h>
@@ -138,10 +139,23 @@ void CheckAtSize(Codec<In, Out> codec, const In* input, const Oracle<Out>& oracl
         name << " at output size " << size << ": not the prefix of " << n << " units");
 }
 
-// Check holds one conversion against the oracle at every output size up to
-// one beyond the whole result (sampled for long results), on both paths.
+// Codecs is the public function and the same conversion of every usable kernel.
 template <class In, class Out>
-void Check(FuzzedDataProvider& in, Codec<In, Out> simd, Codec<In, Out> portable,
+std::vector<Codec<In, Out>> Codecs(Codec<In, Out> public_fn,
+                                   Codec<In, Out> VekUtf8::Utf8Kernels::*conversion)
+{
+    std::vector<Codec<In, Out>> codecs{public_fn};
+    for (const VekUtf8::Utf8Kernels& kernels : VekUtf8::Utf8KernelTable()) {
+        if (kernels.usable())
+            codecs.push_back(kernels.*conversion);
+    }
+    return codecs;
+}
+
+// Check holds one conversion against the oracle at every output size up to
+// one beyond the whole result (sampled for long results), through every codec.
+template <class In, class Out>
+void Check(FuzzedDataProvider& in, const std::vector<Codec<In, Out>>& codecs,
            const Placed<In>& input, const Oracle<Out>& oracle, const char* name)
 {
     const std::size_t full = oracle ? oracle->size() : 8;
@@ -151,8 +165,8 @@ void Check(FuzzedDataProvider& in, Codec<In, Out> simd, Codec<In, Out> portable,
             sizes.push_back(size);
     }
     for (std::size_t size : sizes) {
-        CheckAtSize(simd, input.data, oracle, size, name);
-        CheckAtSize(portable, input.data, oracle, size, name);
+        for (Codec<In, Out> codec : codecs)
+            CheckAtSize(codec, input.data, oracle, size, name);
     }
 }
 
@@ -261,7 +275,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     const Placed<char> utf8(bytes, shift);
     const Oracle<VekUint16> decoded = IcuDecode(bytes);
-    Check(in, VekUtf8DecodeUtf16, VekUtf8Portable::DecodeUtf16, utf8, decoded, "UTF-8 to UTF-16");
+    static const auto kDecoders = Codecs(VekUtf8DecodeUtf16, &VekUtf8::Utf8Kernels::decode_utf16);
+    static const auto kEncoders16 = Codecs(VekUtf8EncodeUtf16, &VekUtf8::Utf8Kernels::encode_utf16);
+    static const auto kEncoders = Codecs(VekUtf8Encode, &VekUtf8::Utf8Kernels::encode);
+    Check(in, kDecoders, utf8, decoded, "UTF-8 to UTF-16");
     if (decoded) {
         const Placed<VekUint16> back(*decoded, shift);
         FUZZ_CHECK(Convert(VekUtf8EncodeUtf16, back.data) == bytes, "UTF-8 round trip");
@@ -270,8 +287,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::vector<VekUint16> units16 = Units<VekUint16>(in, 128);
     const Placed<VekUint16> utf16(units16, shift);
     const Oracle<char> encoded16 = IcuEncodeUtf16(units16);
-    Check(in, VekUtf8EncodeUtf16, VekUtf8Portable::EncodeUtf16, utf16, encoded16,
-          "UTF-16 to UTF-8");
+    Check(in, kEncoders16, utf16, encoded16, "UTF-16 to UTF-8");
     if (encoded16) {
         const Placed<char> back(*encoded16, shift);
         FUZZ_CHECK(Convert(VekUtf8DecodeUtf16, back.data) == units16, "UTF-16 round trip");
@@ -281,7 +297,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::vector<VekWideChar> units32 = Ucs4(in);
     const Placed<VekWideChar> ucs4(units32, shift);
     const Oracle<char> encoded32 = IcuEncode(units32);
-    Check(in, VekUtf8Encode, VekUtf8Portable::Encode, ucs4, encoded32, "UCS-4 to UTF-8");
+    Check(in, kEncoders, ucs4, encoded32, "UCS-4 to UTF-8");
     if (encoded32) {
         const Placed<char> back(*encoded32, shift);
         FUZZ_CHECK(CodePoints(Convert(VekUtf8DecodeUtf16, back.data)) == units32,

@@ -3,10 +3,6 @@
 // on an owned string and on a read-only view of the same bytes.
 #include "VekTestSupport.h"
 
-#include <random>
-
-#include "VekStringHash.h"
-
 namespace {
 
 using vektest::MakeView;
@@ -118,45 +114,6 @@ TEST(Compare, HashIsTimes33PlusTheSignedByteFromZero)
     for (const auto& [content, hash] : known) {
         const VekString s{nullptr, const_cast<char*>(content.data()), content.size(), 0};
         EXPECT_EQ(VekStringHash(&s), hash) << content;
-    }
-}
-
-// The kernels take 8, 16 or 32 bytes a step; each must give the definition's
-// value: every length up to four blocks (so every split into blocks, words
-// and a masked last word), a few long runs, and the extreme bytes 0x7f and
-// 0x80, which make the largest and smallest partial sums inside the kernels,
-// each at several alignments, through every kernel this build has.
-TEST(Compare, EveryHashKernelMatchesTheDefinition)
-{
-    std::mt19937 rng(33);
-    auto random_bytes = [&rng](std::size_t len) {
-        std::string out(len, '\0');
-        for (char& c : out)
-            c = static_cast<char>(rng());
-        return out;
-    };
-    std::vector<std::string> inputs;
-    for (std::size_t len = 0; len <= 64; ++len) {
-        inputs.push_back(random_bytes(len));
-        inputs.push_back(std::string(len, '\x7f'));
-        inputs.push_back(std::string(len, '\x80'));
-    }
-    for (std::size_t len : {1000, 4099, 65536 + 13})
-        inputs.push_back(random_bytes(len));
-
-    for (const std::string& input : inputs) {
-        SCOPED_TRACE(testing::Message() << "length " << input.size());
-        VekSizeT expected = 0;
-        for (char b : input)
-            expected = expected * 33 + static_cast<VekSizeT>(static_cast<signed char>(b));
-        for (std::size_t shift : {0, 1, 7, 13}) {
-            const std::string padded = std::string(shift, '#') + input;
-            const char* bytes = padded.data() + shift;
-            EXPECT_EQ(StringHashPortable(bytes, input.size()), expected);
-#ifdef VEK_HASH_HAVE_SSE2
-            EXPECT_EQ(StringHashSse2(bytes, input.size()), expected);
-#endif
-        }
     }
 }
 

@@ -48,7 +48,6 @@ static inline VekSizeT VekStrLen(const char* s) VEK_NOEXCEPT
 
 #if defined(__cplusplus) || defined(_GNU_SOURCE) || defined(__APPLE__) || defined(__FreeBSD__) ||  \
     defined(__NetBSD__) || defined(__OpenBSD__)
-#define VEK_HAVE_MEMMEM 1
 static inline void* VekMemMem(const void* haystack, VekSizeT haystack_len, const void* needle,
                               VekSizeT needle_len) VEK_NOEXCEPT
 {

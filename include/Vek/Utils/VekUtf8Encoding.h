@@ -44,9 +44,10 @@
  *
  * Speed: one pass over the input when the result fits, and a second, measuring
  * one over the rest when it does not. ASCII text goes 16 units per step; with
- * SSE2, so does other text, in windows that put each non-ASCII character in
- * place on its own (or encode eight at a time where they come in runs), and
- * measuring counts whole blocks of UTF-16 and UCS-4 in vector registers.
+ * SSE2 (x86-64) or NEON (AArch64), so does other text, in windows that put
+ * each non-ASCII character in place on its own (or encode eight at a time
+ * where they come in runs), and measuring counts whole blocks of UTF-16 and
+ * UCS-4 in vector registers.
  * On processors with AVX-512 (VBMI2), chosen at run time, UCS-4 is encoded
  * and measured sixteen characters per step with no branch on any of them.
  * WARNING: for that the codec may read input units behind the terminator, up

@@ -1,4 +1,4 @@
-// VekUtf8EncodingAvx512.h - UCS-4 to UTF-8 sixteen units at a time.
+// VekUtf8Avx512.h - UCS-4 to UTF-8 sixteen units at a time.
 //
 // Encoding UCS-4 is the one conversion whose output length per unit varies
 // with nothing but the unit, so with AVX-512 a whole register of sixteen
@@ -6,9 +6,9 @@
 // The codec uses these only where Usable() says the processor has what they
 // need; they take the bulk of the text and leave the rest (the block that
 // holds the terminator, a unit that is no character, the end of the room) to
-// the codec's other paths, which take over at p. Not installed.
-#ifndef VEK_SRC_VEKUTF8ENCODINGAVX512_H
-#define VEK_SRC_VEKUTF8ENCODINGAVX512_H
+// the codec's other kernels, which take over at p. Not installed.
+#ifndef VEK_SRC_CODEC_VEKUTF8AVX512_H
+#define VEK_SRC_CODEC_VEKUTF8AVX512_H
 
 #include "Vek/Utils/VekTypes.h"
 
@@ -28,4 +28,4 @@ void MeasureUcs4(const VekWideChar*& p, VekSizeT& len) noexcept;
 
 } // namespace VekUtf8Avx512
 
-#endif // VEK_SRC_VEKUTF8ENCODINGAVX512_H
+#endif // VEK_SRC_CODEC_VEKUTF8AVX512_H

@@ -5,7 +5,7 @@
 // the engine for a block of exactly the length; every capacity change goes
 // through the engine's reallocation. Moves and swaps only exchange records, so
 // they never allocate and cost the same for any length.
-#include "VekStringPrivate.h"
+#include "string/VekStringPrivate.h"
 
 // The shared empty C string. It is const storage behind a non-const pointer
 // so that a stray write through an unowned buffer faults instead of silently

@@ -11,8 +11,8 @@
 //
 // Nothing here validates its arguments; the public functions do that. Never
 // installed: the functions are internal to the library.
-#ifndef VEK_SRC_VEKSTRINGPRIVATE_H
-#define VEK_SRC_VEKSTRINGPRIVATE_H
+#ifndef VEK_SRC_STRING_VEKSTRINGPRIVATE_H
+#define VEK_SRC_STRING_VEKSTRINGPRIVATE_H
 
 #include <cstdint>
 
@@ -20,41 +20,7 @@
 #include "Vek/Utils/VekStdCLib.h"
 #include "Vek/Utils/VekString.h"
 #include "Vek/Utils/VekTypes.h"
-
-// Checked builds (VEK_CHECKED) stop at the first broken rule with one line on
-// stderr that names the function, then abort:
-//   VEK_REQUIRE checks a caller obligation that release builds take on trust
-//     (an iterator outside the content, a reversed range, an operand in the
-//     spare capacity, ...); broken, it would read or write outside a buffer.
-//     Public functions check their obligations in their first lines.
-//   VEK_ASSERT checks an invariant of the library's own code.
-// Otherwise both compile to nothing: the condition sits in an unevaluated
-// sizeof, which keeps the names it uses "used" without running any code.
-#if defined(VEK_CHECKED) && VEK_CHECKED
-#include <cstdio>
-#include <cstdlib>
-
-[[noreturn]] static inline void StringCheckFailed(const char* function, const char* kind,
-                                                  const char* what)
-{
-    static_cast<void>(std::fprintf(stderr, "%s: %s%s\n", function, kind, what));
-    std::abort();
-}
-
-#define VEK_REQUIRE(condition, obligation)                                                         \
-    do {                                                                                           \
-        if (!(condition))                                                                          \
-            StringCheckFailed(__func__, "", obligation);                                           \
-    } while (0)
-#define VEK_ASSERT(condition, message)                                                             \
-    do {                                                                                           \
-        if (!(condition))                                                                          \
-            StringCheckFailed(__func__, "internal error: ", message);                              \
-    } while (0)
-#else
-#define VEK_REQUIRE(condition, obligation) static_cast<void>(sizeof((condition) ? 1 : 0))
-#define VEK_ASSERT(condition, message) static_cast<void>(sizeof((condition) ? 1 : 0))
-#endif
+#include "base/VekCheck.h"
 
 // Operands are located by address. The addresses are compared as integers
 // because an operand from another object has no defined pointer order
@@ -241,4 +207,4 @@ static inline VekBool StringDoReallocate(VekString* x, VekSizeT capacity, VekSiz
     return StringDoReallocate3(x, capacity, pos, n, dstPos, 0, 0, 0, 0, 0, 0);
 }
 
-#endif // VEK_SRC_VEKSTRINGPRIVATE_H
+#endif // VEK_SRC_STRING_VEKSTRINGPRIVATE_H

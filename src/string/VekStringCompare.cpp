@@ -6,8 +6,8 @@
 // an empty string on the shared byte compare and hash alike.
 #include <climits>
 
-#include "VekStringHash.h"
-#include "VekStringPrivate.h"
+#include "string/VekStringHash.h"
+#include "string/VekStringPrivate.h"
 
 // BytesEqual compares two runs, rejecting different lengths before reading a
 // byte. A zero length reads nothing, so either pointer may then be NULL.

@@ -15,7 +15,7 @@
 #include <climits>
 
 #include "Vek/Utils/VekUtf8Encoding.h"
-#include "VekStringPrivate.h"
+#include "string/VekStringPrivate.h"
 
 // The largest byte count the CoreFoundation interface can express.
 static constexpr VekSizeT kMaxCFIndex = static_cast<VekSizeT>(LONG_MAX);

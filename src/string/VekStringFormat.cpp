@@ -12,7 +12,7 @@
 // The formatter consumes its argument list, so a copy is taken before the
 // first call for the second. A formatter failure comes back as a length no
 // allocator grants, so it fails the edit through the ordinary refusal path.
-#include "VekStringPrivate.h"
+#include "string/VekStringPrivate.h"
 
 // StringDoReallocate2F is the engine's reallocation into a new block of
 // capacity + 1 bytes with the formatter run between the two segment copies:

@@ -1,4 +1,4 @@
-// VekUtf8EncodingAvx512.cpp - UCS-4 to UTF-8 with AVX-512, chosen at run time.
+// VekUtf8Avx512.cpp - UCS-4 to UTF-8 with AVX-512, chosen at run time.
 //
 // A step takes the units from p up to the next 64-byte boundary, sixteen once
 // p is aligned. The load is masked to those units, so like the codec's other
@@ -11,25 +11,25 @@
 // the lane's bytes beyond it are zero (the terminator, the only zero unit,
 // has been ruled out), so the bytes to keep are simply the nonzero ones: one
 // compress packs them in order and one masked store writes exactly them.
-#include "VekUtf8EncodingAvx512.h"
+#include "codec/VekUtf8Avx512.h"
 
 #include <cstdint>
 
-#if defined(__x86_64__) && !defined(VEK_PORTABLE) && (defined(__GNUC__) || defined(__clang__))
-#define VEK_UTF8_HAVE_AVX512 1
+#include "base/VekCheck.h"
+#include "simd/VekSimd.h"
+
+#if VEK_SIMD_AVX512
 // g++ 12 warns that the undefined register behind its own shift intrinsics
 // may be used uninitialized; it is not, and nothing here is left so.
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
 #include <immintrin.h>
-#else
-#define VEK_UTF8_HAVE_AVX512 0
 #endif
 
 namespace VekUtf8Avx512 {
 
-#if VEK_UTF8_HAVE_AVX512
+#if VEK_SIMD_AVX512
 
 #define VEK_AVX512                                                                                 \
     __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi2,bmi2,popcnt"),                    \
@@ -173,6 +173,7 @@ VEK_AVX512 inline bool MeasureBlock(const Block& b, VekSizeT& len)
 // for the arithmetic before it.
 VEK_AVX512 void TakeUcs4(const VekWideChar*& p, char* out, VekSizeT room, VekSizeT& len) noexcept
 {
+    VEK_ASSERT(len <= room, "the conversion already fills more than its room");
     if (reinterpret_cast<uintptr_t>(p) % sizeof(VekWideChar) != 0)
         return;
     const Block first = FirstBlock(p);
@@ -208,6 +209,6 @@ void MeasureUcs4(const VekWideChar*&, VekSizeT&) noexcept
 {
 }
 
-#endif // VEK_UTF8_HAVE_AVX512
+#endif // VEK_SIMD_AVX512
 
 } // namespace VekUtf8Avx512

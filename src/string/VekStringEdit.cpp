@@ -8,7 +8,7 @@
 // asks the engine for a block of the grown capacity laid out with the surviving
 // pieces already at their final offsets, so no byte is copied twice and no
 // temporary buffer is needed even when the operand lies inside the string.
-#include "VekStringPrivate.h"
+#include "string/VekStringPrivate.h"
 
 // StringStartsInContent: the operand starts within the content, [buf, buf + size).
 static inline bool StringStartsInContent(const VekString* x, const char* s)
@@ -109,7 +109,7 @@ VekString* VekStringAssignChar(VekString* x, char c) noexcept
 }
 
 // ---------------------------------------------------------------------------
-// Appending and resizing
+// Appending
 // ---------------------------------------------------------------------------
 
 // StringDoAppend appends the len bytes at s. In place, an operand inside the
@@ -198,17 +198,6 @@ VekString* VekStringAppendN(VekString* x, VekSizeT n, char c) noexcept
     SetBuffer(x->buf, x->size, n, c);
     StringSetSize(x, size);
     return x;
-}
-
-static VekBool StringDoErase(VekString* x, VekSizeT pos, VekSizeT n);
-
-VekBool VekStringResize(VekString* x, VekSizeT n, const char* c) noexcept
-{
-    if (n < x->size)
-        return StringDoErase(x, n, x->size - n); // a tail: cannot fail
-    if (n == x->size)
-        return VEK_TRUE;
-    return (VekBool)(VekStringAppendN(x, n - x->size, *c) != nullptr);
 }
 
 // ---------------------------------------------------------------------------
@@ -454,4 +443,19 @@ VekStringIterator VekStringEraseRange(VekString* x, VekStringIterator b,
     if (!StringDoErase(x, pos, static_cast<VekSizeT>(e - b)))
         return nullptr;
     return x->buf + pos;
+}
+
+// ---------------------------------------------------------------------------
+// Resizing
+// ---------------------------------------------------------------------------
+
+// VekStringResize cuts a tail with the erasing worker or pads with the
+// appending one, so it has their failure rules.
+VekBool VekStringResize(VekString* x, VekSizeT n, const char* c) noexcept
+{
+    if (n < x->size)
+        return StringDoErase(x, n, x->size - n); // a tail: cannot fail
+    if (n == x->size)
+        return VEK_TRUE;
+    return (VekBool)(VekStringAppendN(x, n - x->size, *c) != nullptr);
 }

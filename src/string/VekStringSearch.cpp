@@ -1,0 +1,309 @@
+// VekStringSearch.cpp - substring search forward and backward, find-and-replace,
+// and search for bytes in or outside a set.
+//
+// Every form reduces its operand to a pointer and a count (a C string is
+// measured before anything else) and hands it to one worker per direction.
+// The searches read only buf and size, so a view, an owned block and the
+// shared empty byte are searched alike, and none of them can fail.
+//
+// The workers here handle the edge cases (empty needles and sets, positions
+// at or beyond the end) and leave the bytes to the searches of
+// VekStringSearchKernels.h, which run the build's vector kernel and finish
+// with scalar code: find and find-and-replace share one forward search.
+//
+// Find-and-replace, the one function here that edits, builds its result in a
+// private block and swaps it in only when every replacement succeeded; see
+// its section for how it stays linear.
+#include "string/VekStringPrivate.h"
+#include "string/VekStringSearchKernels.h"
+
+// ------------------------------------------------------------------------
+// Substring search
+// ------------------------------------------------------------------------
+
+// The forward worker. An empty needle stands at every position up to and
+// including the end; a non-empty one needs at least one byte behind pos. A
+// needle longer than what remains is simply not found.
+VekSizeT VekStringFindFromPosCStrLen(const VekString* x, VekSizeT pos, const char* y,
+                                     VekSizeT n) noexcept
+{
+    if (n == 0)
+        return pos <= x->size ? pos : VekStringNpos;
+    if (pos >= x->size)
+        return VekStringNpos;
+    return StringSearchForward<StringNativeSearch>(x->buf, x->size, pos, y, n);
+}
+
+VekSizeT VekStringFindFromPosCStr(const VekString* x, VekSizeT pos, const char* y) noexcept
+{
+    const VekSizeT n = VekStrLen(y);
+    return VekStringFindFromPosCStrLen(x, pos, y, n);
+}
+
+VekSizeT VekStringFindFromPos(const VekString* x, VekSizeT pos, const VekString* y) noexcept
+{
+    return VekStringFindFromPosCStrLen(x, pos, y->buf, y->size);
+}
+
+VekSizeT VekStringFindCStrLen(const VekString* x, const char* y, VekSizeT n) noexcept
+{
+    return VekStringFindFromPosCStrLen(x, 0, y, n);
+}
+
+VekSizeT VekStringFindCStr(const VekString* x, const char* y) noexcept
+{
+    return VekStringFindFromPosCStr(x, 0, y);
+}
+
+VekSizeT VekStringFind(const VekString* x, const VekString* y) noexcept
+{
+    return VekStringFindFromPosCStrLen(x, 0, y->buf, y->size);
+}
+
+// The backward worker. r is the last start offset that is both at most pos
+// and leaves room for the whole needle; a match starting there may extend
+// beyond pos. The needle-too-long test comes first so that size - n cannot
+// wrap. A one-byte needle is the last-of search for that byte. Each start is
+// tried at most once, with at most one memcmp, highest first.
+VekSizeT VekStringRFindFromPosCStrLen(const VekString* x, VekSizeT pos, const char* y,
+                                      VekSizeT n) noexcept
+{
+    if (n > x->size)
+        return VekStringNpos;
+    const VekSizeT r = VekMinimum__VekSizeT(pos, x->size - n);
+    if (n == 0)
+        return r;
+    if (n == 1)
+        return VekStringFindLastOfChar(x, r, y[0]);
+    return StringSearchBackward<StringNativeSearch>(x->buf, r, y, n);
+}
+
+VekSizeT VekStringRFindFromPosCStr(const VekString* x, VekSizeT pos, const char* y) noexcept
+{
+    const VekSizeT n = VekStrLen(y);
+    return VekStringRFindFromPosCStrLen(x, pos, y, n);
+}
+
+VekSizeT VekStringRFindFromPos(const VekString* x, VekSizeT pos, const VekString* y) noexcept
+{
+    return VekStringRFindFromPosCStrLen(x, pos, y->buf, y->size);
+}
+
+VekSizeT VekStringRFindCStrLen(const VekString* x, const char* y, VekSizeT n) noexcept
+{
+    return VekStringRFindFromPosCStrLen(x, VekStringNpos, y, n);
+}
+
+VekSizeT VekStringRFindCStr(const VekString* x, const char* y) noexcept
+{
+    return VekStringRFindFromPosCStr(x, VekStringNpos, y);
+}
+
+VekSizeT VekStringRFind(const VekString* x, const VekString* y) noexcept
+{
+    return VekStringRFindFromPosCStrLen(x, VekStringNpos, y->buf, y->size);
+}
+
+// ------------------------------------------------------------------------
+// Find-and-replace
+// ------------------------------------------------------------------------
+
+// What the result must be is defined by the plain loop: copy x with
+// VekStringConstructCopy, then for each match replace it in the copy with
+// VekStringReplaceString and search again behind the inserted text, then swap
+// the copy in and destroy what is left. Run like that, every replacement moves
+// the whole tail behind it, so n matches cost n tail moves: quadratic. Two
+// facts let the same result, the same final capacity and the same allocator
+// calls come out of one pass instead:
+//
+// - x itself is not written until the swap, and inserted text is never
+//   searched again, so the matches are the leftmost non-overlapping
+//   occurrences of find in x's own content, found by searching x.
+// - Whether a replacement makes the copy grow, and to what capacity, depends
+//   only on the copy's size then (what has been written plus what of x is
+//   still to come) and on its capacity, not on its bytes.
+//
+// So the block that the copy would get is obtained, without copying x into
+// it, and the result is written into it left to right: the text between
+// matches straight from x, then the replacement. When a replacement would not
+// fit, the block grows exactly as the loop's replacement would (the growth
+// rule, the allocator's limit, one allocate of the grown capacity + 1), the
+// result written so far is carried over and the old block is released. So
+// the allocator sees the same calls with the same byte counts in the same
+// order, and a refusal strikes at the same replacement with the same cleanup.
+//
+// Cost: x is searched once from left to right, each result byte is written
+// once, and a growth carries over only what has been written; capacities at
+// least double, so all carrying over adds up to less than the final capacity.
+// Each resumed search costs its stretch of x plus a constant times the needle
+// (see VectorSearch::Forward), and matches do not overlap, so the needles add
+// up to at most x's size. Linear in x's size plus the result's.
+
+// StringObtainCopyBlock sets up out as VekStringConstructCopy(out, x) would,
+// with the same allocator and capacity and the same single allocate, but
+// leaves the bytes to be written: the caller fills the block with the result.
+// An empty x gives an empty string that owns nothing.
+static VekBool StringObtainCopyBlock(VekString* out, const VekString* x)
+{
+    VekStringConstructDefault(out, VekStringGetAllocator(x));
+    return x->size == 0 || StringDoReallocate(out, x->size, 0, 0, 0);
+}
+
+// StringWriteReplaced writes x's content with every occurrence of find
+// replaced into out's block, which is the copy's block to begin with. written
+// counts the result bytes in out's block, next the first byte of x not yet
+// carried over. False when a growth was refused; out then holds whatever
+// block it has, to be destroyed by the caller.
+static VekBool StringWriteReplaced(VekString* out, const VekString* x, const VekString* find,
+                                   const VekString* replace)
+{
+    VekSizeT written = 0;
+    VekSizeT next = 0;
+    for (VekSizeT at = VekStringFind(x, find); at != VekStringNpos;
+         at = VekStringFindFromPos(x, next, find)) {
+        const VekSizeT copy_size = written + (x->size - next);
+        VekSizeT new_size;
+        if (!StringAddSizes(copy_size - find->size, replace->size, &new_size))
+            return VEK_FALSE;
+        if (new_size > out->capacity &&
+            !StringDoReallocate(out, StringGrownCapacity(out, new_size), 0, written, 0))
+            return VEK_FALSE;
+        CopyBuffer(out->buf, written, at - next, x->buf, next);
+        written += at - next;
+        CopyBuffer(out->buf, written, replace->size, replace->buf, 0);
+        written += replace->size;
+        next = at + find->size;
+    }
+    CopyBuffer(out->buf, written, x->size - next, x->buf, next);
+    StringSetSize(out, written + (x->size - next));
+    return VEK_TRUE;
+}
+
+// All or nothing: x is written only by the final swap, which is also why find
+// and replace may be x itself. An empty find would match again at every
+// resume position and never end, so it changes nothing and costs nothing.
+VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
+                                   const VekString* replace) noexcept
+{
+    if (find->size == 0)
+        return x;
+    VekString x_;
+    if (!StringObtainCopyBlock(&x_, x))
+        return nullptr;
+    VekString* r = StringWriteReplaced(&x_, x, find, replace) ? x : nullptr;
+    if (r != nullptr)
+        VekStringSwap(x, &x_);
+    VekStringDestruct(&x_);
+    return r;
+}
+
+// ------------------------------------------------------------------------
+// Character-set search
+// ------------------------------------------------------------------------
+
+// StringFindSetForward returns the first position at or after pos whose byte
+// qualifies. From pos >= size there is nothing to examine.
+template <Wanted kWanted>
+static VekSizeT StringFindSetForward(const VekString* x, VekSizeT pos, const char* y, VekSizeT n)
+{
+    if (pos >= x->size)
+        return VekStringNpos;
+    return StringScanSetForward<StringNativeSearch, kWanted>(x->buf, x->size, pos, y, n);
+}
+
+// StringLastStart is where a backward scan begins: pos itself when it is a
+// byte of the content, else the last byte, so that VekStringNpos covers the
+// whole string. Only called on non-empty strings.
+static inline VekSizeT StringLastStart(const VekString* x, VekSizeT pos)
+{
+    VEK_ASSERT(x->size != 0, "no last byte in an empty string");
+    return VekMinimum__VekSizeT(pos, x->size - 1);
+}
+
+// StringFindSetBackward returns the last position at or before the start
+// whose byte qualifies, examining position 0 last.
+template <Wanted kWanted>
+static VekSizeT StringFindSetBackward(const VekString* x, VekSizeT pos, const char* y, VekSizeT n)
+{
+    if (x->size == 0)
+        return VekStringNpos;
+    return StringScanSetBackward<StringNativeSearch, kWanted>(x->buf, StringLastStart(x, pos), y,
+                                                              n);
+}
+
+VekSizeT VekStringFindFirstOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
+                                     VekSizeT n) noexcept
+{
+    return StringFindSetForward<Wanted::kInSet>(x, pos, y, n);
+}
+
+VekSizeT VekStringFindFirstOf(const VekString* x, VekSizeT pos, const VekString* y) noexcept
+{
+    return VekStringFindFirstOfCStrLen(x, pos, y->buf, y->size);
+}
+
+VekSizeT VekStringFindFirstOfCStr(const VekString* x, VekSizeT pos, const char* y) noexcept
+{
+    const VekSizeT n = VekStrLen(y);
+    return VekStringFindFirstOfCStrLen(x, pos, y, n);
+}
+
+VekSizeT VekStringFindFirstOfChar(const VekString* x, VekSizeT pos, char c) noexcept
+{
+    if (pos >= x->size)
+        return VekStringNpos;
+    return StringOffsetOf(x->buf,
+                          memchr(x->buf + pos, static_cast<unsigned char>(c), x->size - pos));
+}
+
+VekSizeT VekStringFindFirstNotOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
+                                        VekSizeT n) noexcept
+{
+    return StringFindSetForward<Wanted::kOutsideSet>(x, pos, y, n);
+}
+
+VekSizeT VekStringFindFirstNotOf(const VekString* x, VekSizeT pos, const VekString* y) noexcept
+{
+    return VekStringFindFirstNotOfCStrLen(x, pos, y->buf, y->size);
+}
+
+VekSizeT VekStringFindFirstNotOfCStr(const VekString* x, VekSizeT pos, const char* y) noexcept
+{
+    const VekSizeT n = VekStrLen(y);
+    return VekStringFindFirstNotOfCStrLen(x, pos, y, n);
+}
+
+VekSizeT VekStringFindFirstNotOfChar(const VekString* x, VekSizeT pos, char c) noexcept
+{
+    return StringFindSetForward<Wanted::kOutsideSet>(x, pos, &c, 1);
+}
+
+VekSizeT VekStringFindLastOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
+                                    VekSizeT n) noexcept
+{
+    return StringFindSetBackward<Wanted::kInSet>(x, pos, y, n);
+}
+
+// memrchr is a GNU extension; elsewhere the set search gives the same result.
+VekSizeT VekStringFindLastOfChar(const VekString* x, VekSizeT pos, char c) noexcept
+{
+#if defined(__GLIBC__)
+    if (x->size == 0)
+        return VekStringNpos;
+    const VekSizeT start = StringLastStart(x, pos);
+    return StringOffsetOf(x->buf, memrchr(x->buf, static_cast<unsigned char>(c), start + 1));
+#else
+    return StringFindSetBackward<Wanted::kInSet>(x, pos, &c, 1);
+#endif
+}
+
+VekSizeT VekStringFindLastNotOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
+                                       VekSizeT n) noexcept
+{
+    return StringFindSetBackward<Wanted::kOutsideSet>(x, pos, y, n);
+}
+
+VekSizeT VekStringFindLastNotOfChar(const VekString* x, VekSizeT pos, char c) noexcept
+{
+    return StringFindSetBackward<Wanted::kOutsideSet>(x, pos, &c, 1);
+}
