@@ -61,6 +61,11 @@ public:
     Row& Aside(std::string name, Workload run, Digest digest = Digest::kSame);
     // CountFaults adds each contender's page faults per run to the counters.
     Row& CountFaults();
+    // Median makes each contender's time the median of its runs instead of
+    // their mean. For runs of a few microseconds: one preemption or
+    // interrupt adds as much time as a thousand such runs take, and lands on
+    // whichever contender happened to be running.
+    Row& Median();
 
     // Goal states the most the library's time may be, as a multiple of a
     // peer's (kFastestPeer: of whichever peer is fastest); FaultGoal the same
@@ -80,6 +85,7 @@ private:
         Digest digest;
         double seconds = 0;
         double faults = 0;
+        std::vector<double> runs; // each run's seconds, for Median
     };
 
     Row& Add(Role role, std::string name, Workload run, Digest digest);
@@ -89,6 +95,7 @@ private:
     std::vector<Contender> contenders_;
     std::vector<std::pair<std::string, double>> goals_; // counter name, ratio
     bool count_faults_ = false;
+    bool median_ = false;
 };
 
 // AnyRowDisagreed tells whether some row's contenders computed different
