@@ -191,17 +191,6 @@ const std::string& Text(std::size_t n)
     return text;
 }
 
-std::uint64_t Mix(const char* data, std::size_t size)
-{
-    std::uint64_t digest = size;
-    if (size != 0) {
-        digest = digest * 31 + static_cast<unsigned char>(data[0]);
-        digest = digest * 31 + static_cast<unsigned char>(data[size / 2]);
-        digest = digest * 31 + static_cast<unsigned char>(data[size - 1]);
-    }
-    return digest;
-}
-
 } // namespace vekbench
 
 // The digest for contenders built apart, behind a C interface.
