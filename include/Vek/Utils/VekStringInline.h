@@ -215,7 +215,7 @@ static inline VekString* VekStringConstructCStrLenInline(VekString* x, const cha
     x->allocator = a;
     /* The limit refuses len >= maxSize, so len + 1 never wraps. */
     if (len != 0 && len < a->maxSize && (buf = (char*)VekAllocatorAllocate(a, len + 1)) != NULL) {
-        VekMemCpy(buf, str, len);
+        VekStringCopyBytesInline(buf, str, len);
         buf[len] = '\0';
         x->buf = buf;
         x->size = len;
