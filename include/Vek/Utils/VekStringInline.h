@@ -139,6 +139,15 @@ static inline VekString* VekStringAppendCharInline(VekString* x, char c) VEK_NOE
     return (VekStringAppendChar)(x, c);
 }
 
+/* VekStringAllocateInline takes the block of a new capacity: capacity + 1
+ * bytes from allocator a. */
+static inline char* VekStringAllocateInline(VekAllocator* a, VekSizeT capacity) VEK_NOEXCEPT
+{
+    /* A C cast, as this header is C as well as C++. */
+    /* cppcheck-suppress cstyleCast */
+    return (char*)VekAllocatorAllocate(a, capacity + 1);
+}
+
 /* VekStringAppendGrowInline appends n > 0 bytes that do not fit the owned
  * block, as every appending function does: a block of the larger of the new
  * size and twice the capacity (the doubling saturates, so that the limit
@@ -160,7 +169,7 @@ static inline VekString* VekStringAppendGrowInline(VekString* x, const char* str
     new_capacity = new_size > doubled ? new_size : doubled;
     if (new_capacity >= x->allocator->maxSize)
         return NULL;
-    buf = (char*)VekAllocatorAllocate(x->allocator, new_capacity + 1);
+    buf = VekStringAllocateInline(x->allocator, new_capacity);
     if (buf == NULL)
         return NULL;
     VekStringCopyBytesInline(buf, x->buf, size);
@@ -214,7 +223,7 @@ static inline VekString* VekStringConstructCStrLenInline(VekString* x, const cha
     char* buf;
     x->allocator = a;
     /* The limit refuses len >= maxSize, so len + 1 never wraps. */
-    if (len != 0 && len < a->maxSize && (buf = (char*)VekAllocatorAllocate(a, len + 1)) != NULL) {
+    if (len != 0 && len < a->maxSize && (buf = VekStringAllocateInline(a, len)) != NULL) {
         VekStringCopyBytesInline(buf, str, len);
         buf[len] = '\0';
         x->buf = buf;
