@@ -396,7 +396,9 @@ def main(argv):
           f"repeats the rows {reps} times, randomly interleaved. Times are medians over the "
           "repetitions; a ratio is the library's time over another contender's (below 1: "
           "the library is faster), taken within each repetition and then the median. Only "
-          "ratios mean much on a shared machine; the absolute times drift between runs.",
+          "ratios mean much on a shared machine; the absolute times drift between runs. "
+          "scripts/bench aligns functions and loops to 64 bytes, so that where code happens "
+          "to be placed does not move a row.",
           "", "In a peer's column the figure in brackets is the library's ratio to that peer. "
           "*vs fastest peer* divides by the fastest peer of each repetition, *vs bound* by the "
           "physical bound of the work (the same bytes copied or scanned once). Contenders "
