@@ -25,6 +25,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+#include <random>
 #include <vector>
 
 #include "Vek/Utils/VekPoolAllocator.h"
@@ -102,12 +103,15 @@ std::vector<std::string> Filled(std::size_t length, bool spaces, char c)
     return out;
 }
 
-// Strings holds one set in every form the contenders take.
+// Strings holds one set in every form the contenders take. Where a set lands
+// in memory moves some rows by a tenth (one set against another, records
+// against their bytes), so each set is made behind a spacer of a random size,
+// and the repetitions of a row see as many layouts as a program would.
 class Strings {
 public:
     explicit Strings(const std::vector<std::string>& contents,
                      VekAllocator* a = VekAllocatorGetDefault())
-        : vek(contents.size()), std(contents)
+        : spacer_(Spacer()), vek(contents.size()), std(contents)
     {
         for (std::size_t i = 0; i < contents.size(); ++i) {
             VekStringConstructCStrLen(&vek[i], contents[i].data(), contents[i].size(), a);
@@ -124,6 +128,15 @@ public:
 
     std::size_t count() const { return vek.size(); }
 
+private:
+    static std::vector<char> Spacer()
+    {
+        static std::mt19937 rng(20241124);
+        return std::vector<char>(16 * (rng() % 512));
+    }
+    std::vector<char> spacer_; // first, so that it is allocated before the rest
+
+public:
     std::vector<VekString> vek;         // owning their bytes, NUL-terminated
     std::vector<std::string> std;       // copies
     std::vector<std::string_view> view; // of vek's bytes
@@ -186,6 +199,15 @@ std::uint64_t MemcmpEqual(std::string_view a, std::string_view b)
     return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size()) == 0;
 }
 
+// ViewOf is the content of a VekString record, read from the record.
+std::string_view ViewOf(const VekString& s)
+{
+    return std::string_view(VekStringData(&s), VekStringSize(&s));
+}
+
+// The memcmp peers read pointer-and-length pairs of 16 bytes; shown beside
+// them, the same memcmp reading the library's own 32-byte records, which
+// set the floor of any comparison walking a set of VekStrings.
 void AddEqualityContenders(Row& row, const Strings& x, const Strings& y)
 {
     const std::size_t n = x.count();
@@ -194,6 +216,9 @@ void AddEqualityContenders(Row& row, const Strings& x, const Strings& y)
     row.Peer("memcmp", Each(n, [&](std::size_t i) { return MemcmpEqual(x.view[i], y.view[i]); }));
     row.Peer("std::string_view ==", Each(n, [&](std::size_t i) { return x.view[i] == y.view[i]; }));
     row.Peer("std::string ==", Each(n, [&](std::size_t i) { return x.std[i] == y.std[i]; }));
+    row.Aside("memcmp on the records", Each(n, [&](std::size_t i) {
+                  return MemcmpEqual(ViewOf(x.vek[i]), ViewOf(y.vek[i]));
+              }));
 }
 
 void EqualRow(Row& row, std::size_t length)
@@ -236,6 +261,9 @@ void CompareRow(Row& row, std::size_t length)
              Each(n, [&](std::size_t i) { return SignDigest(x.view[i].compare(y.view[i])); }));
     row.Peer("std::string::compare",
              Each(n, [&](std::size_t i) { return SignDigest(x.std[i].compare(y.std[i])); }));
+    row.Aside("memcmp on the records", Each(n, [&](std::size_t i) {
+                  return SignDigest(MemcmpCompare(ViewOf(x.vek[i]), ViewOf(y.vek[i])));
+              }));
     Finish(row);
 }
 
@@ -489,6 +517,18 @@ void CopyRow(Row& row, std::size_t length, VekAllocator* a, double floor_at_8)
                  benchmark::DoNotOptimize(copy);
                  return Mix(copy);
              }));
+    // The floors beside: the same bytes copied into a block from the row's
+    // allocator (two calls through its record, as the library makes them),
+    // and from malloc directly.
+    row.Aside("allocator calls + copy", Each(n, [&, a](std::size_t i) {
+                  const std::string_view s = x.view[i];
+                  char* copy = static_cast<char*>(VekAllocatorAllocate(a, s.size() + 1));
+                  std::memcpy(copy, s.data(), s.size() + 1);
+                  benchmark::DoNotOptimize(copy);
+                  const std::uint64_t digest = Mix(copy, s.size());
+                  VekAllocatorDeallocate(a, copy, s.size() + 1);
+                  return digest;
+              }));
     row.Aside("malloc + copy + free", Each(n, [&](std::size_t i) {
                   const std::string_view s = x.view[i];
                   char* copy = static_cast<char*>(std::malloc(s.size() + 1));
