@@ -809,7 +809,7 @@ const ShortRow kShortRows[] = {
             benchmark::RegisterBenchmark(name.c_str(),
                                          [r, length](benchmark::State& state) {
                                              Row row(state, r.title, length * SetCount(length));
-                                             r.run(row.Median(), length);
+                                             r.run(row, length);
                                          })
                 ->UseManualTime()
                 ->Unit(benchmark::kMicrosecond);

@@ -61,7 +61,7 @@ Row::Row(benchmark::State& state, std::string title, std::size_t bytes) : state_
 
 Row& Row::Add(Role role, std::string name, Workload run, Digest digest)
 {
-    contenders_.push_back(Contender{role, std::move(name), std::move(run), digest, 0, 0, {}});
+    contenders_.push_back(Contender{role, std::move(name), std::move(run), digest, {}, 0});
     return *this;
 }
 
@@ -88,12 +88,6 @@ Row& Row::Aside(std::string name, Workload run, Digest digest)
 Row& Row::CountFaults()
 {
     count_faults_ = true;
-    return *this;
-}
-
-Row& Row::Median()
-{
-    median_ = true;
     return *this;
 }
 
@@ -149,23 +143,17 @@ void Row::Run()
             const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
             if (count_faults_)
                 c->faults += PageFaults() - faults_before;
-            c->seconds += seconds;
-            if (median_)
-                c->runs.push_back(seconds);
+            c->runs.push_back(seconds);
             iteration += seconds;
         }
         state_.SetIterationTime(iteration);
     }
     for (Contender& c : contenders_) {
-        const std::string name = std::string(RoleName(c.role)) + ":" + c.name;
-        if (median_ && !c.runs.empty()) {
-            auto middle = c.runs.begin() + static_cast<std::ptrdiff_t>(c.runs.size() / 2);
-            std::nth_element(c.runs.begin(), middle, c.runs.end());
-            state_.counters[name] = *middle;
-        } else {
-            state_.counters[name] =
-                benchmark::Counter(c.seconds, benchmark::Counter::kAvgIterations);
-        }
+        if (c.runs.empty())
+            continue;
+        const auto middle = c.runs.begin() + static_cast<std::ptrdiff_t>(c.runs.size() / 2);
+        std::nth_element(c.runs.begin(), middle, c.runs.end());
+        state_.counters[std::string(RoleName(c.role)) + ":" + c.name] = *middle;
         if (count_faults_)
             state_.counters["faults:" + c.name] =
                 benchmark::Counter(c.faults, benchmark::Counter::kAvgIterations);

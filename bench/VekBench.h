@@ -4,15 +4,18 @@
 // several contenders on the same input: the library, its peers, the physical
 // bound of the work (memcpy or memchr of the same bytes) and, set aside from
 // the comparison, variants worth showing beside it. Every iteration of the
-// row runs each contender once, in a freshly shuffled order, and adds each
-// one's time to its own account. Contenders timed seconds apart on a shared
-// machine can drift by half again; timed in turn within one iteration they
-// see the same machine, so their ratio holds even when the absolute figures
-// do not.
+// row runs each contender once, in a freshly shuffled order, and keeps each
+// run's time in the contender's own account. Contenders timed seconds apart
+// on a shared machine can drift by half again; timed in turn within one
+// iteration they see the same machine, so their ratio holds even when the
+// absolute figures do not.
 //
-// Each account becomes a counter named "role:contender" (seconds per run of
-// the workload), which Google Benchmark writes to its JSON output with every
-// repetition; bench/report.py turns those into medians and ratios. Page
+// Each account becomes a counter named "role:contender": the median of its
+// runs, in seconds. Not their mean: a preemption or an interrupt adds to one
+// run of whichever contender happened to be running, and for a run of a few
+// microseconds that is more than a thousand runs take. Google Benchmark
+// writes the counters to its JSON output with every repetition;
+// bench/report.py turns those into medians and ratios. Page
 // faults per run are counted the same way ("faults:contender") for rows that
 // ask, and a row's goals travel as counters too ("goal:peer", the largest
 // ratio of the library's time to that peer's that meets the goal). Each
@@ -61,11 +64,6 @@ public:
     Row& Aside(std::string name, Workload run, Digest digest = Digest::kSame);
     // CountFaults adds each contender's page faults per run to the counters.
     Row& CountFaults();
-    // Median makes each contender's time the median of its runs instead of
-    // their mean. For runs of a few microseconds: one preemption or
-    // interrupt adds as much time as a thousand such runs take, and lands on
-    // whichever contender happened to be running.
-    Row& Median();
 
     // Goal states the most the library's time may be, as a multiple of a
     // peer's (kFastestPeer: of whichever peer is fastest); FaultGoal the same
@@ -83,9 +81,8 @@ private:
         std::string name;
         Workload run;
         Digest digest;
-        double seconds = 0;
+        std::vector<double> runs; // each run's seconds
         double faults = 0;
-        std::vector<double> runs; // each run's seconds, for Median
     };
 
     Row& Add(Role role, std::string name, Workload run, Digest digest);
@@ -95,7 +92,6 @@ private:
     std::vector<Contender> contenders_;
     std::vector<std::pair<std::string, double>> goals_; // counter name, ratio
     bool count_faults_ = false;
-    bool median_ = false;
 };
 
 // AnyRowDisagreed tells whether some row's contenders computed different
