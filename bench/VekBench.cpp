@@ -61,7 +61,7 @@ Row::Row(benchmark::State& state, std::string title, std::size_t bytes) : state_
 
 Row& Row::Add(Role role, std::string name, Workload run, Digest digest)
 {
-    contenders_.push_back(Contender{role, std::move(name), std::move(run), digest});
+    contenders_.push_back(Contender{role, std::move(name), std::move(run), digest, {}, 0});
     return *this;
 }
 
@@ -143,14 +143,17 @@ void Row::Run()
             const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
             if (count_faults_)
                 c->faults += PageFaults() - faults_before;
-            c->seconds += seconds;
+            c->runs.push_back(seconds);
             iteration += seconds;
         }
         state_.SetIterationTime(iteration);
     }
-    for (const Contender& c : contenders_) {
-        state_.counters[std::string(RoleName(c.role)) + ":" + c.name] =
-            benchmark::Counter(c.seconds, benchmark::Counter::kAvgIterations);
+    for (Contender& c : contenders_) {
+        if (c.runs.empty())
+            continue;
+        const auto middle = c.runs.begin() + static_cast<std::ptrdiff_t>(c.runs.size() / 2);
+        std::nth_element(c.runs.begin(), middle, c.runs.end());
+        state_.counters[std::string(RoleName(c.role)) + ":" + c.name] = *middle;
         if (count_faults_)
             state_.counters["faults:" + c.name] =
                 benchmark::Counter(c.faults, benchmark::Counter::kAvgIterations);
@@ -174,17 +177,6 @@ const std::string& Text(std::size_t n)
     }
     text.resize(n);
     return text;
-}
-
-std::uint64_t Mix(const char* data, std::size_t size)
-{
-    std::uint64_t digest = size;
-    if (size != 0) {
-        digest = digest * 31 + static_cast<unsigned char>(data[0]);
-        digest = digest * 31 + static_cast<unsigned char>(data[size / 2]);
-        digest = digest * 31 + static_cast<unsigned char>(data[size - 1]);
-    }
-    return digest;
 }
 
 } // namespace vekbench

@@ -4,15 +4,18 @@
 // several contenders on the same input: the library, its peers, the physical
 // bound of the work (memcpy or memchr of the same bytes) and, set aside from
 // the comparison, variants worth showing beside it. Every iteration of the
-// row runs each contender once, in a freshly shuffled order, and adds each
-// one's time to its own account. Contenders timed seconds apart on a shared
-// machine can drift by half again; timed in turn within one iteration they
-// see the same machine, so their ratio holds even when the absolute figures
-// do not.
+// row runs each contender once, in a freshly shuffled order, and keeps each
+// run's time in the contender's own account. Contenders timed seconds apart
+// on a shared machine can drift by half again; timed in turn within one
+// iteration they see the same machine, so their ratio holds even when the
+// absolute figures do not.
 //
-// Each account becomes a counter named "role:contender" (seconds per run of
-// the workload), which Google Benchmark writes to its JSON output with every
-// repetition; bench/report.py turns those into medians and ratios. Page
+// Each account becomes a counter named "role:contender": the median of its
+// runs, in seconds. Not their mean: a preemption or an interrupt adds to one
+// run of whichever contender happened to be running, and for a run of a few
+// microseconds that is more than a thousand runs take. Google Benchmark
+// writes the counters to its JSON output with every repetition;
+// bench/report.py turns those into medians and ratios. Page
 // faults per run are counted the same way ("faults:contender") for rows that
 // ask, and a row's goals travel as counters too ("goal:peer", the largest
 // ratio of the library's time to that peer's that meets the goal). Each
@@ -78,7 +81,7 @@ private:
         std::string name;
         Workload run;
         Digest digest;
-        double seconds = 0;
+        std::vector<double> runs; // each run's seconds
         double faults = 0;
     };
 
@@ -101,7 +104,17 @@ const std::string& Text(std::size_t n);
 
 // Mix folds a size and a few bytes of a result into a digest: enough to tell
 // a wrong result from a right one without a pass over the whole result.
-std::uint64_t Mix(const char* data, std::size_t size);
+// Inline, so that a row over short strings does not time a call per string.
+inline std::uint64_t Mix(const char* data, std::size_t size)
+{
+    std::uint64_t digest = size;
+    if (size != 0) {
+        digest = digest * 31 + static_cast<unsigned char>(data[0]);
+        digest = digest * 31 + static_cast<unsigned char>(data[size / 2]);
+        digest = digest * 31 + static_cast<unsigned char>(data[size - 1]);
+    }
+    return digest;
+}
 
 inline std::uint64_t Mix(std::string_view s)
 {

@@ -35,6 +35,15 @@ TEST(Compare, EqualityAndOrderAgreeInEveryForm)
         {std::string("a\0", 2), "a", 1, true},
         {std::string("a\0b", 3), std::string("a\0b", 3), 0, true},
         {std::string("a\0b", 3), std::string("a\0c", 3), -1, false},
+        // Lengths that equality compares in pieces (single bytes, 4-byte
+        // and 8-byte words), each differing where only one piece looks.
+        {"abc", "aBc", 1, false},
+        {"abcde", "abcdf", -1, false},
+        {"abcdefghij", "abcdefghiJ", 1, false},
+        {"abcdefghijklmnopqrst", "abcdefghijklmnopqrsT", 1, false},
+        {"abcdefghijklmnopqrstuvwxyz012345", "abcdefghijklMnopqrstuvwxyz012345", 1, false},
+        {"abcdefghijklmnopqrstuvwxyz012345", "abcdefghijklmnopqrstUvwxyz012345", 1, false},
+        {std::string(40, 'a'), std::string(39, 'a') + "b", -1, false},
     };
     for (const PairCase& c : cases) {
         SCOPED_TRACE(testing::Message() << '"' << c.x << "\" vs \"" << c.y << '"');

@@ -68,10 +68,21 @@ struct ClassTable {
 constexpr ClassTable kClassTable;
 
 // ClassOf maps a byte count of 1 to kLargestPooled to its class.
-inline unsigned ClassOf(VekSizeT size)
+inline std::size_t ClassOf(VekSizeT size)
 {
     return kClassTable.of[(size - 1) >> 4];
 }
+
+// Up to kLargestStep bytes the classes are the 16-byte steps themselves, so
+// the class of a short string's block is a shift away, with no table load.
+constexpr VekSizeT kLargestStep = 128;
+
+constexpr std::size_t StepClassOf(VekSizeT size)
+{
+    return static_cast<std::size_t>((size - 1) >> 4);
+}
+
+static_assert(ClassBoundary(static_cast<unsigned>(StepClassOf(kLargestStep))) == kLargestStep);
 
 // The allocator record is the pool record's first member, so the pool sits
 // at the same address: no load of userData on the way to the free lists.
@@ -103,14 +114,31 @@ bool NewSlab(VekPoolAllocator* pool)
     return true;
 }
 
-VEK_POOL_SLOW_PATH void* CarveBlock(VekPoolAllocator* pool, unsigned c)
+VEK_POOL_SLOW_PATH void* CarveBlock(VekPoolAllocator* pool, std::size_t c)
 {
-    const VekSizeT block_size = ClassBoundary(c);
+    const VekSizeT block_size = ClassBoundary(static_cast<unsigned>(c));
     if (static_cast<VekSizeT>(pool->carveEnd - pool->carveNext) < block_size && !NewSlab(pool))
         return nullptr;
     void* block = pool->carveNext;
     pool->carveNext += block_size;
     return block;
+}
+
+// PopBlock hands out a block of class c: the last one freed, or a new one.
+inline void* PopBlock(VekPoolAllocator* pool, std::size_t c)
+{
+    FreeBlock* block = static_cast<FreeBlock*>(pool->freeBlocks[c]);
+    if (block == nullptr)
+        return CarveBlock(pool, c);
+    pool->freeBlocks[c] = block->next;
+    return block;
+}
+
+inline void PushBlock(VekPoolAllocator* pool, std::size_t c, void* p)
+{
+    FreeBlock* block = static_cast<FreeBlock*>(p);
+    block->next = static_cast<FreeBlock*>(pool->freeBlocks[c]);
+    pool->freeBlocks[c] = block;
 }
 
 VEK_POOL_SLOW_PATH void* AllocateLarge(VekPoolAllocator* pool, VekSizeT size)
@@ -139,35 +167,41 @@ VEK_POOL_SLOW_PATH void DeallocateLarge(VekPoolAllocator* pool, void* p)
     std::free(block);
 }
 
+// Counts beyond the 16-byte steps: a class from the table, or malloc.
+VEK_POOL_SLOW_PATH void* AllocateBeyondSteps(VekPoolAllocator* pool, VekSizeT size)
+{
+    if (size > kLargestPooled)
+        return AllocateLarge(pool, size);
+    return PopBlock(pool, ClassOf(size));
+}
+
+VEK_POOL_SLOW_PATH void DeallocateBeyondSteps(VekPoolAllocator* pool, void* p, VekSizeT size)
+{
+    if (size > kLargestPooled)
+        DeallocateLarge(pool, p);
+    else
+        PushBlock(pool, ClassOf(size), p);
+}
+
 } // namespace
 
-// The callbacks, with C linkage like the record that holds them.
+// The callbacks, with C linkage like the record that holds them. A short
+// string's block is a compare, a shift and a pop or a push.
 extern "C" {
 
 static VekVoidPtr PoolAllocate(VekAllocator* a, VekSizeT size)
 {
-    VekPoolAllocator* pool = PoolOf(a);
-    if (size > kLargestPooled)
-        return AllocateLarge(pool, size);
-    const unsigned c = ClassOf(size);
-    FreeBlock* block = static_cast<FreeBlock*>(pool->freeBlocks[c]);
-    if (block == nullptr)
-        return CarveBlock(pool, c);
-    pool->freeBlocks[c] = block->next;
-    return block;
+    if (size > kLargestStep)
+        return AllocateBeyondSteps(PoolOf(a), size);
+    return PopBlock(PoolOf(a), StepClassOf(size));
 }
 
 static void PoolDeallocate(VekAllocator* a, VekVoidPtr p, VekSizeT size)
 {
-    VekPoolAllocator* pool = PoolOf(a);
-    if (size > kLargestPooled) {
-        DeallocateLarge(pool, p);
-        return;
-    }
-    const unsigned c = ClassOf(size);
-    FreeBlock* block = static_cast<FreeBlock*>(p);
-    block->next = static_cast<FreeBlock*>(pool->freeBlocks[c]);
-    pool->freeBlocks[c] = block;
+    if (size > kLargestStep)
+        DeallocateBeyondSteps(PoolOf(a), p, size);
+    else
+        PushBlock(PoolOf(a), StepClassOf(size), p);
 }
 
 } // extern "C"

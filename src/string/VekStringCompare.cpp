@@ -13,9 +13,7 @@
 // byte. A zero length reads nothing, so either pointer may then be NULL.
 static inline VekBool BytesEqual(const char* a, VekSizeT alen, const char* b, VekSizeT blen)
 {
-    if (alen != blen)
-        return VEK_FALSE;
-    return (VekBool)(alen == 0 || VekMemCmp(a, b, alen) == 0);
+    return (VekBool)(alen == blen && VekStringEqualBytesInline(a, b, alen));
 }
 
 // SpanEqual compares the span of x at pos (clamped to the end) of at most n
@@ -27,34 +25,23 @@ static inline VekBool SpanEqual(const VekString* x, VekSizeT pos, VekSizeT n, co
     return BytesEqual(x->buf + pos, StringBoundOffset(x, pos, n), y, ylen);
 }
 
-// CompareBytes orders as memcmp on the common prefix, then by length. The
-// length difference is saturated so its sign survives the narrowing to VekInt.
-static inline VekInt CompareBytes(const char* a, VekSizeT alen, const char* b, VekSizeT blen)
+// Whole-string equality and ordering are the header's inline bodies
+// (VekStringInline.h), so a caller's inlined call and these functions cannot
+// differ. The parentheses keep the header's fast-path macros from expanding
+// the names.
+VekBool(VekStringEqual)(const VekString* x, const VekString* y) noexcept
 {
-    const VekSizeT common_len = VekMinimum__VekSizeT(alen, blen);
-    const int ret = common_len == 0 ? 0 : VekMemCmp(a, b, common_len);
-    if (ret != 0)
-        return ret;
-    if (alen < blen)
-        return blen - alen > static_cast<VekSizeT>(INT32_MAX) ? INT32_MIN
-                                                              : -static_cast<VekInt>(blen - alen);
-    return alen - blen > static_cast<VekSizeT>(INT32_MAX) ? INT32_MAX
-                                                          : static_cast<VekInt>(alen - blen);
+    return VekStringEqualInline(x, y);
 }
 
-VekBool VekStringEqual(const VekString* x, const VekString* y) noexcept
+VekBool(VekStringEqualCStr)(const VekString* x, const char* y) noexcept
 {
-    return BytesEqual(x->buf, x->size, y->buf, y->size);
+    return VekStringEqualCStrInline(x, y);
 }
 
-VekBool VekStringEqualCStr(const VekString* x, const char* y) noexcept
+VekBool(VekStringEqualCStrLen)(const VekString* x, const char* y, VekSizeT ylen) noexcept
 {
-    return BytesEqual(x->buf, x->size, y, VekStrLen(y));
-}
-
-VekBool VekStringEqualCStrLen(const VekString* x, const char* y, VekSizeT ylen) noexcept
-{
-    return BytesEqual(x->buf, x->size, y, ylen);
+    return VekStringEqualCStrLenInline(x, y, ylen);
 }
 
 VekBool VekStringEqualSubstring(const VekString* x, VekSizeT pos, VekSizeT n,
@@ -76,19 +63,19 @@ VekBool VekStringEqualSubstringCStrLen(const VekString* x, VekSizeT pos, VekSize
     return SpanEqual(x, pos, n, y, ylen);
 }
 
-VekInt VekStringCompare(const VekString* x, const VekString* y) noexcept
+VekInt(VekStringCompare)(const VekString* x, const VekString* y) noexcept
 {
-    return CompareBytes(x->buf, x->size, y->buf, y->size);
+    return VekStringCompareInline(x, y);
 }
 
-VekInt VekStringCompareCStr(const VekString* x, const char* y) noexcept
+VekInt(VekStringCompareCStr)(const VekString* x, const char* y) noexcept
 {
-    return CompareBytes(x->buf, x->size, y, VekStrLen(y));
+    return VekStringCompareCStrInline(x, y);
 }
 
-VekInt VekStringCompareCStrLen(const VekString* x, const char* y, VekSizeT ylen) noexcept
+VekInt(VekStringCompareCStrLen)(const VekString* x, const char* y, VekSizeT ylen) noexcept
 {
-    return CompareBytes(x->buf, x->size, y, ylen);
+    return VekStringCompareCStrLenInline(x, y, ylen);
 }
 
 // Each byte enters as a signed 8-bit value on every platform, whatever the

@@ -112,35 +112,13 @@ VekString* VekStringAssignChar(VekString* x, char c) noexcept
 // Appending
 // ---------------------------------------------------------------------------
 
-// StringDoAppend appends the len bytes at s. In place, an operand inside the
-// content ends at or before the old end, where the copy begins, so a plain
-// copy is safe. On growth an operand inside the string is laid out by the
-// engine as a second segment, read before the old block goes back.
+// StringDoAppend appends the len bytes at s: the header's inline body, so
+// every appending function grows as the inlined VekStringAppendCStrLen does.
+// In place, an operand inside the content ends at or before the old end,
+// where the copy begins; on growth it is read before the old block goes back.
 static VekString* StringDoAppend(VekString* x, const char* s, VekSizeT len)
 {
-    if (len == 0)
-        return x;
-    const VekSizeT old_size = x->size;
-    VekSizeT size;
-    if (!StringAddSizes(old_size, len, &size))
-        return nullptr;
-    if (size <= x->capacity) {
-        VekMemCpy(x->buf + old_size, s, len);
-        StringSetSizeNoCheck(x, size);
-        return x;
-    }
-    const VekSizeT capacity = StringGrownCapacity(x, size);
-    if (StringStartsInContent(x, s)) {
-        const VekSizeT operand_offset = static_cast<VekSizeT>(s - x->buf);
-        if (!StringDoReallocate2(x, capacity, 0, old_size, 0, operand_offset, len, old_size))
-            return nullptr;
-    } else {
-        if (!StringDoReallocate(x, capacity, 0, old_size, 0))
-            return nullptr;
-        VekMemCpy(x->buf + old_size, s, len);
-    }
-    StringSetSizeNoCheck(x, size);
-    return x;
+    return VekStringAppendCStrLenInline(x, s, len);
 }
 
 VekString* VekStringAppend(VekString* x, const VekString* str) noexcept

@@ -1,10 +1,10 @@
 // VekStringStorage.cpp - lifetime and storage of VekString: construction,
 // destruction, moves, swaps, reserve, clear and raw-buffer release.
 //
-// Every copying constructor funnels into VekStringConstructCStrLen, which asks
-// the engine for a block of exactly the length; every capacity change goes
-// through the engine's reallocation. Moves and swaps only exchange records, so
-// they never allocate and cost the same for any length.
+// Every copying constructor funnels into VekStringConstructCStrLen, which
+// takes a block of exactly the length; every capacity change goes through the
+// engine's reallocation. Moves and swaps only exchange records, so they never
+// allocate and cost the same for any length.
 #include "string/VekStringPrivate.h"
 
 // The shared empty C string. It is const storage behind a non-const pointer
@@ -21,45 +21,36 @@ static inline void StringMakeEmpty(VekString* x)
     x->capacity = 0;
 }
 
-VekString* VekStringConstructDefault(VekString* x, VekAllocator* a) noexcept
+// Default construction, construction from bytes, copy and destruction are
+// the header's inline bodies (VekStringInline.h), so a caller's inlined call
+// and these functions cannot differ. Construction allocates first and then
+// stores each field once; a refusal leaves a valid empty string. The
+// parentheses keep the header's fast-path macros from expanding the names.
+VekString*(VekStringConstructDefault)(VekString* x, VekAllocator* a) noexcept
 {
-    x->allocator = a;
-    StringMakeEmpty(x);
-    return x;
+    return VekStringConstructDefaultInline(x, a);
 }
 
-// The record is made a valid empty string first, so a refusal leaves it one.
-VekString* VekStringConstructCStrLen(VekString* x, const char* str, VekSizeT len,
-                                     VekAllocator* a) noexcept
+VekString*(VekStringConstructCStrLen)(VekString* x, const char* str, VekSizeT len,
+                                      VekAllocator* a) noexcept
 {
-    VekStringConstructDefault(x, a);
-    if (len == 0)
-        return x;
-    if (!StringDoReallocate(x, len, 0, 0, 0))
-        return nullptr;
-    CopyBuffer(x->buf, 0, len, str, 0);
-    StringSetSizeNoCheck(x, len);
-    return x;
+    return VekStringConstructCStrLenInline(x, str, len, a);
 }
 
-VekString* VekStringConstructCStr(VekString* x, const char* str, VekAllocator* a) noexcept
+VekString*(VekStringConstructCStr)(VekString* x, const char* str, VekAllocator* a) noexcept
 {
-    return VekStringConstructCStrLen(x, str, VekStrLen(str), a);
+    return VekStringConstructCStrInline(x, str, a);
 }
 
-void VekStringDestruct(VekString* x) noexcept
+void(VekStringDestruct)(VekString* x) noexcept
 {
-    Deallocate(x);
-    x->allocator = nullptr;
-    x->buf = nullptr;
-    x->size = 0;
-    x->capacity = 0;
+    VekStringDestructInline(x);
 }
 
 // The copy uses the source's allocator and fits its capacity to the content.
-VekString* VekStringConstructCopy(VekString* x, const VekString* src) noexcept
+VekString*(VekStringConstructCopy)(VekString* x, const VekString* src) noexcept
 {
-    return VekStringConstructCStrLen(x, src->buf, src->size, VekStringGetAllocator(src));
+    return VekStringConstructCopyInline(x, src);
 }
 
 VekString* VekStringConstructSubstring(VekString* x, const VekString* str, VekSizeT pos, VekSizeT n,

@@ -104,6 +104,10 @@ extern char* vekStringEmpty_;
  * leaves x a valid empty string naming the allocator it would have used and
  * owning nothing, so destroying it is allowed and calls nothing. Copies get a
  * capacity of exactly their length; an empty result allocates nothing.
+ * VekStringConstructDefault, VekStringConstructCStrLen, VekStringConstructCStr,
+ * VekStringConstructCopy and VekStringDestruct are also macros that do the
+ * same work inline (see VekStringInline.h; not against a checked library);
+ * put the name in parentheses to call the function itself.
  * ------------------------------------------------------------------------ */
 
 /* VekStringConstructDefault makes x empty with allocator a. Never fails. */
@@ -221,8 +225,9 @@ VekString* VekStringAssignChar(VekString* x, char c) VEK_NOEXCEPT;
  * larger of the new size and twice its capacity, so n one-byte appends cost
  * about log2(n) allocations. An empty operand changes nothing at all.
  * VekStringAppendChar and VekStringAppendCStrLen are also macros that do an
- * append fitting the owned block inline (see VekStringInline.h; not against a
- * checked library); put the name in parentheses to call the function itself.
+ * append inline (see VekStringInline.h; not against a checked library): the
+ * character one when it fits the owned block, the other always; put the name
+ * in parentheses to call the function itself.
  * ------------------------------------------------------------------------ */
 
 VekString* VekStringAppend(VekString* x, const VekString* str) VEK_NOEXCEPT;
@@ -377,7 +382,9 @@ VekString* VekStringReplaceVFormatted(VekString* x, VekSizeT pos, VekSizeT n, co
  *
  * Read only buf and size, never fail. Bytes order as unsigned values (memcmp);
  * a C-string operand is measured with strlen first; a CStrLen operand counts
- * all ylen bytes, NULs included.
+ * all ylen bytes, NULs included. The whole-string Equal and Compare forms are
+ * also macros that do the same work inline (see VekStringInline.h; not
+ * against a checked library).
  * ------------------------------------------------------------------------ */
 
 VekBool VekStringEqual(const VekString* x, const VekString* y) VEK_NOEXCEPT;

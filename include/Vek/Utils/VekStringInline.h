@@ -1,5 +1,6 @@
 /*
- * VekStringInline.h - the constant-time accessors of VekString.
+ * VekStringInline.h - the constant-time accessors of VekString, and the
+ * inline fast paths of the calls short strings make most.
  *
  * Included by VekString.h; callers include that header, not this one.
  */
@@ -57,14 +58,69 @@ static inline char* VekStringGetBuffer(VekString* x) VEK_NOEXCEPT
 }
 
 /*
+ * Short runs of bytes are moved as words, through memcpy of a constant size,
+ * which compilers turn into single loads and stores: a call to memcpy costs
+ * more than copying a short string.
+ */
+static inline uint64_t VekStringLoad64Inline(const char* p) VEK_NOEXCEPT
+{
+    uint64_t v;
+    VekMemCpy(&v, p, 8);
+    return v;
+}
+
+static inline uint32_t VekStringLoad32Inline(const char* p) VEK_NOEXCEPT
+{
+    uint32_t v;
+    VekMemCpy(&v, p, 4);
+    return v;
+}
+
+/* VekStringCopyBytesInline copies n bytes between ranges that do not
+ * overlap. Up to 32 bytes it loads a head and a tail that overlap in the
+ * middle, so every length is covered without touching a byte outside either
+ * range; longer runs go to memcpy. */
+static inline void VekStringCopyBytesInline(char* dst, const char* src, VekSizeT n) VEK_NOEXCEPT
+{
+    if (n > 32) {
+        VekMemCpy(dst, src, n);
+    } else if (n > 16) {
+        const uint64_t h0 = VekStringLoad64Inline(src), h1 = VekStringLoad64Inline(src + 8);
+        const uint64_t t0 = VekStringLoad64Inline(src + n - 16);
+        const uint64_t t1 = VekStringLoad64Inline(src + n - 8);
+        VekMemCpy(dst, &h0, 8);
+        VekMemCpy(dst + 8, &h1, 8);
+        VekMemCpy(dst + n - 16, &t0, 8);
+        VekMemCpy(dst + n - 8, &t1, 8);
+    } else if (n >= 8) {
+        const uint64_t head = VekStringLoad64Inline(src);
+        const uint64_t tail = VekStringLoad64Inline(src + n - 8);
+        VekMemCpy(dst, &head, 8);
+        VekMemCpy(dst + n - 8, &tail, 8);
+    } else if (n >= 4) {
+        const uint32_t head = VekStringLoad32Inline(src);
+        const uint32_t tail = VekStringLoad32Inline(src + n - 4);
+        VekMemCpy(dst, &head, 4);
+        VekMemCpy(dst + n - 4, &tail, 4);
+    } else if (n != 0) {
+        /* 1 to 3 bytes: the first, the middle and the last cover them all. */
+        const char first = src[0], middle = src[n / 2], last = src[n - 1];
+        dst[0] = first;
+        dst[n / 2] = middle;
+        dst[n - 1] = last;
+    }
+}
+
+/*
  * Appending fast paths. Building a string a character or a few bytes at a
  * time costs more in the call than in the copy, so VekStringAppendChar and
  * VekStringAppendCStrLen are also function-like macros, as getc is in many C
- * libraries: an append that fits the owned block is done here, inline, with
- * the same effect as the function; anything else (growth, a string owning
- * nothing, an empty operand) calls the function itself. Each argument is
- * evaluated exactly once. (VekStringAppendChar)(x, c) and &VekStringAppendChar
- * reach the exported function as always.
+ * libraries, with the same effect as the functions: a character that fits the
+ * owned block is appended here, anything else calls the function; bytes are
+ * appended here whether they fit or the string must grow, by the same body
+ * the library's appending functions use. The same goes for the other macros
+ * below. Each argument is evaluated exactly once. (VekStringAppendChar)(x, c)
+ * and &VekStringAppendChar reach the exported function as always.
  */
 static inline VekString* VekStringAppendCharInline(VekString* x, char c) VEK_NOEXCEPT
 {
@@ -83,6 +139,50 @@ static inline VekString* VekStringAppendCharInline(VekString* x, char c) VEK_NOE
     return (VekStringAppendChar)(x, c);
 }
 
+/* VekStringAllocateInline takes the block of a new capacity: capacity + 1
+ * bytes from allocator a. */
+static inline char* VekStringAllocateInline(VekAllocator* a, VekSizeT capacity) VEK_NOEXCEPT
+{
+    /* A C cast, as this header is C as well as C++. */
+    /* cppcheck-suppress cstyleCast */
+    return (char*)VekAllocatorAllocate(a, capacity + 1);
+}
+
+/* VekStringAppendGrowInline appends n > 0 bytes that do not fit the owned
+ * block, as every appending function does: a block of the larger of the new
+ * size and twice the capacity (the doubling saturates, so that the limit
+ * refuses it instead of letting it wrap), the old content and the operand
+ * copied in, and only then the old block returned, so the operand may lie
+ * inside the content. Refused, it returns NULL with nothing changed. */
+static inline VekString* VekStringAppendGrowInline(VekString* x, const char* str,
+                                                   VekSizeT n) VEK_NOEXCEPT
+{
+    const VekSizeT size = x->size;
+    const VekSizeT capacity = x->capacity;
+    const VekSizeT doubled = capacity > VekStringNpos / 2 ? VekStringNpos : 2 * capacity;
+    VekSizeT new_size;
+    VekSizeT new_capacity;
+    char* buf;
+    if (n > VekStringNpos - size)
+        return NULL;
+    new_size = size + n;
+    new_capacity = new_size > doubled ? new_size : doubled;
+    if (new_capacity >= x->allocator->maxSize)
+        return NULL;
+    buf = VekStringAllocateInline(x->allocator, new_capacity);
+    if (buf == NULL)
+        return NULL;
+    VekStringCopyBytesInline(buf, x->buf, size);
+    VekStringCopyBytesInline(buf + size, str, n);
+    buf[new_size] = '\0';
+    if (capacity != 0)
+        VekAllocatorDeallocate(x->allocator, x->buf, capacity + 1);
+    x->buf = buf;
+    x->size = new_size;
+    x->capacity = new_capacity;
+    return x;
+}
+
 /* An owned block holds size <= capacity, so n - 1 < capacity - size is n > 0
  * bytes fitting behind the content; on a string owning nothing (capacity 0)
  * the test fails before the difference could wrap. An operand inside the
@@ -93,19 +193,167 @@ static inline VekString* VekStringAppendCStrLenInline(VekString* x, const char* 
     const VekSizeT size = x->size;
     if (x->capacity != 0 && n - 1 < x->capacity - size) {
         char* buf = x->buf;
-        VekMemCpy(buf + size, str, n);
+        VekStringCopyBytesInline(buf + size, str, n);
         buf[size + n] = '\0';
         x->size = size + n;
         return x;
     }
-    return (VekStringAppendCStrLen)(x, str, n);
+    if (n == 0)
+        return x;
+    return VekStringAppendGrowInline(x, str, n);
+}
+
+/*
+ * Construction, copy and destruction. A short string's life is mostly two
+ * allocator calls; these do the rest inline, each field stored once. The
+ * library's own functions are these same bodies.
+ */
+static inline VekString* VekStringConstructDefaultInline(VekString* x, VekAllocator* a) VEK_NOEXCEPT
+{
+    x->allocator = a;
+    x->buf = vekStringEmpty_;
+    x->size = 0;
+    x->capacity = 0;
+    return x;
+}
+
+static inline VekString* VekStringConstructCStrLenInline(VekString* x, const char* str,
+                                                         VekSizeT len, VekAllocator* a) VEK_NOEXCEPT
+{
+    char* buf;
+    x->allocator = a;
+    /* The limit refuses len >= maxSize, so len + 1 never wraps. */
+    if (len != 0 && len < a->maxSize && (buf = VekStringAllocateInline(a, len)) != NULL) {
+        VekStringCopyBytesInline(buf, str, len);
+        buf[len] = '\0';
+        x->buf = buf;
+        x->size = len;
+        x->capacity = len;
+        return x;
+    }
+    /* Empty, or refused: a valid empty string either way. */
+    VekStringConstructDefaultInline(x, a);
+    return len == 0 ? x : NULL;
+}
+
+static inline VekString* VekStringConstructCStrInline(VekString* x, const char* str,
+                                                      VekAllocator* a) VEK_NOEXCEPT
+{
+    return VekStringConstructCStrLenInline(x, str, VekStrLen(str), a);
+}
+
+static inline VekString* VekStringConstructCopyInline(VekString* x,
+                                                      const VekString* src) VEK_NOEXCEPT
+{
+    return VekStringConstructCStrLenInline(x, src->buf, src->size, src->allocator);
+}
+
+static inline void VekStringDestructInline(VekString* x) VEK_NOEXCEPT
+{
+    if (x->capacity != 0)
+        VekAllocatorDeallocate(x->allocator, x->buf, x->capacity + 1);
+    x->allocator = NULL;
+    x->buf = NULL;
+    x->size = 0;
+    x->capacity = 0;
+}
+
+/*
+ * Equality and ordering. Below 33 bytes equality compares words inline,
+ * never reading outside either operand: two words that overlap in the middle
+ * cover every length from one word to two. Ordering needs memcmp's own
+ * result whenever the bytes differ, so it only saves the call into the
+ * library. Both read nothing when the length is 0, so either pointer may
+ * then be NULL.
+ */
+/* VekStringDiffer64Inline is not 0 when the 8 bytes at a + at and b + at differ. */
+static inline uint64_t VekStringDiffer64Inline(const char* a, const char* b,
+                                               VekSizeT at) VEK_NOEXCEPT
+{
+    return VekStringLoad64Inline(a + at) ^ VekStringLoad64Inline(b + at);
+}
+
+static inline VekBool VekStringEqualBytesInline(const char* a, const char* b,
+                                                VekSizeT n) VEK_NOEXCEPT
+{
+    if (n > 32)
+        return (VekBool)(VekMemCmp(a, b, n) == 0);
+    if (n > 16)
+        return (VekBool)((VekStringDiffer64Inline(a, b, 0) | VekStringDiffer64Inline(a, b, 8) |
+                          VekStringDiffer64Inline(a, b, n - 16) |
+                          VekStringDiffer64Inline(a, b, n - 8)) == 0);
+    if (n >= 8)
+        return (VekBool)((VekStringDiffer64Inline(a, b, 0) |
+                          VekStringDiffer64Inline(a, b, n - 8)) == 0);
+    if (n >= 4)
+        return (VekBool)(((VekStringLoad32Inline(a) ^ VekStringLoad32Inline(b)) |
+                          (VekStringLoad32Inline(a + n - 4) ^ VekStringLoad32Inline(b + n - 4))) ==
+                         0);
+    if (n == 0)
+        return VEK_TRUE;
+    /* 1 to 3 bytes: the first, the middle and the last cover them all. */
+    return (VekBool)(((a[0] ^ b[0]) | (a[n / 2] ^ b[n / 2]) | (a[n - 1] ^ b[n - 1])) == 0);
+}
+
+static inline VekBool VekStringEqualCStrLenInline(const VekString* x, const char* y,
+                                                  VekSizeT ylen) VEK_NOEXCEPT
+{
+    return (VekBool)(x->size == ylen && VekStringEqualBytesInline(x->buf, y, ylen));
+}
+
+static inline VekBool VekStringEqualInline(const VekString* x, const VekString* y) VEK_NOEXCEPT
+{
+    return VekStringEqualCStrLenInline(x, y->buf, y->size);
+}
+
+static inline VekBool VekStringEqualCStrInline(const VekString* x, const char* y) VEK_NOEXCEPT
+{
+    return VekStringEqualCStrLenInline(x, y, VekStrLen(y));
+}
+
+/* memcmp's result on the common prefix when it differs, else the length
+ * difference, saturated so that its sign survives the narrowing to VekInt. */
+static inline VekInt VekStringCompareCStrLenInline(const VekString* x, const char* y,
+                                                   VekSizeT ylen) VEK_NOEXCEPT
+{
+    const VekSizeT xlen = x->size;
+    const VekSizeT common_len = xlen < ylen ? xlen : ylen;
+    const int ret = common_len == 0 ? 0 : VekMemCmp(x->buf, y, common_len);
+    if (ret != 0)
+        return ret;
+    if (xlen < ylen)
+        return ylen - xlen > (VekSizeT)INT32_MAX ? INT32_MIN : -(VekInt)(ylen - xlen);
+    return xlen - ylen > (VekSizeT)INT32_MAX ? INT32_MAX : (VekInt)(xlen - ylen);
+}
+
+static inline VekInt VekStringCompareInline(const VekString* x, const VekString* y) VEK_NOEXCEPT
+{
+    return VekStringCompareCStrLenInline(x, y->buf, y->size);
+}
+
+static inline VekInt VekStringCompareCStrInline(const VekString* x, const char* y) VEK_NOEXCEPT
+{
+    return VekStringCompareCStrLenInline(x, y, VekStrLen(y));
 }
 
 /* A checked library checks every call on entry, so code built against one
- * (VEK_CHECKED defined, as the CMake target does) calls the functions. */
+ * (VEK_CHECKED defined, as the CMake target does) calls the functions. Put a
+ * name in parentheses to call the function itself. */
 #if !defined(VEK_CHECKED) || !VEK_CHECKED
 #define VekStringAppendChar(x, c) VekStringAppendCharInline((x), (c))
 #define VekStringAppendCStrLen(x, str, n) VekStringAppendCStrLenInline((x), (str), (n))
+#define VekStringConstructDefault(x, a) VekStringConstructDefaultInline((x), (a))
+#define VekStringConstructCStrLen(x, str, len, a)                                                  \
+    VekStringConstructCStrLenInline((x), (str), (len), (a))
+#define VekStringConstructCStr(x, str, a) VekStringConstructCStrInline((x), (str), (a))
+#define VekStringConstructCopy(x, src) VekStringConstructCopyInline((x), (src))
+#define VekStringDestruct(x) VekStringDestructInline((x))
+#define VekStringEqual(x, y) VekStringEqualInline((x), (y))
+#define VekStringEqualCStr(x, y) VekStringEqualCStrInline((x), (y))
+#define VekStringEqualCStrLen(x, y, ylen) VekStringEqualCStrLenInline((x), (y), (ylen))
+#define VekStringCompare(x, y) VekStringCompareInline((x), (y))
+#define VekStringCompareCStr(x, y) VekStringCompareCStrInline((x), (y))
+#define VekStringCompareCStrLen(x, y, ylen) VekStringCompareCStrLenInline((x), (y), (ylen))
 #endif
 
 VEK_EXTERN_C_END
