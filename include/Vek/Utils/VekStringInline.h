@@ -7,6 +7,7 @@
 #ifndef VEK_UTILS_VEKSTRINGINLINE_H
 #define VEK_UTILS_VEKSTRINGINLINE_H
 
+#include "VekPoolAllocator.h"
 #include "VekStdCLibInline.h"
 #include "VekString.h"
 
@@ -139,13 +140,29 @@ static inline VekString* VekStringAppendCharInline(VekString* x, char c) VEK_NOE
     return (VekStringAppendChar)(x, c);
 }
 
-/* VekStringAllocateInline takes the block of a new capacity: capacity + 1
- * bytes from allocator a. */
+/* VekStringAllocateInline takes the block of a new capacity, capacity + 1
+ * bytes from allocator a, and VekStringDeallocateInline gives one back:
+ * every block of the module goes through these two. A pool's short blocks
+ * are taken and given back inline, where the call through the record would
+ * cost as much as the pool's own work; any other allocator is called through
+ * its record. (Recognising the default allocator the same way and calling
+ * malloc and free directly gains nothing measurable: malloc and free are
+ * the cost, not the call.) */
 static inline char* VekStringAllocateInline(VekAllocator* a, VekSizeT capacity) VEK_NOEXCEPT
 {
+    void* block = VekPoolAllocatorTakeInline(a, capacity + 1);
+    if (block == NULL)
+        block = VekAllocatorAllocate(a, capacity + 1);
     /* A C cast, as this header is C as well as C++. */
     /* cppcheck-suppress cstyleCast */
-    return (char*)VekAllocatorAllocate(a, capacity + 1);
+    return (char*)block;
+}
+
+static inline void VekStringDeallocateInline(VekAllocator* a, char* buf,
+                                             VekSizeT capacity) VEK_NOEXCEPT
+{
+    if (!VekPoolAllocatorGiveInline(a, buf, capacity + 1))
+        VekAllocatorDeallocate(a, buf, capacity + 1);
 }
 
 /* VekStringAppendGrowInline appends n > 0 bytes that do not fit the owned
@@ -176,7 +193,7 @@ static inline VekString* VekStringAppendGrowInline(VekString* x, const char* str
     VekStringCopyBytesInline(buf + size, str, n);
     buf[new_size] = '\0';
     if (capacity != 0)
-        VekAllocatorDeallocate(x->allocator, x->buf, capacity + 1);
+        VekStringDeallocateInline(x->allocator, x->buf, capacity);
     x->buf = buf;
     x->size = new_size;
     x->capacity = new_capacity;
@@ -251,7 +268,7 @@ static inline VekString* VekStringConstructCopyInline(VekString* x,
 static inline void VekStringDestructInline(VekString* x) VEK_NOEXCEPT
 {
     if (x->capacity != 0)
-        VekAllocatorDeallocate(x->allocator, x->buf, x->capacity + 1);
+        VekStringDeallocateInline(x->allocator, x->buf, x->capacity);
     x->allocator = NULL;
     x->buf = NULL;
     x->size = 0;
