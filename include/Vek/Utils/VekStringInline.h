@@ -11,6 +11,15 @@
 #include "VekStdCLibInline.h"
 #include "VekString.h"
 
+/* The inline searches compare 16 bytes at a time where the compiler offers
+ * SSE2, and byte by byte elsewhere (and in the library's plain build). */
+#if !defined(VEK_PORTABLE) && defined(__SSE2__) && (defined(__GNUC__) || defined(__clang__))
+#include <emmintrin.h>
+#define VEK_STRING_INLINE_SSE2 1
+#else
+#define VEK_STRING_INLINE_SSE2 0
+#endif
+
 VEK_EXTERN_C_BEGIN
 
 /* VekStringLength and VekStringSize both return the number of content bytes. */
@@ -353,6 +362,199 @@ static inline VekInt VekStringCompareCStrInline(const VekString* x, const char* 
     return VekStringCompareCStrLenInline(x, y, VekStrLen(y));
 }
 
+/*
+ * Set searches forward. A search that ends within the first bytes it looks
+ * at (a token, a field, a short string) costs more in the call than in the
+ * comparing, so the first 64 bytes are compared here, against sets of up to
+ * four bytes (blanks, separators, a quote and its escape): 16 bytes at a time
+ * with SSE2, and one byte at a time elsewhere. Whatever remains, and every
+ * larger or empty set, goes to the library's kernels, VekStringScanSet_,
+ * which are the same for every form. A set given as a constant (a literal C
+ * string, a character) becomes constant vectors in the caller. Nothing
+ * outside the content is read: a string shorter than a block is loaded as two
+ * overlapping halves.
+ */
+/* VekStringScanSet_ returns the first position in [pos, size) of buf whose
+ * byte is in the n bytes of y (in_set) or in none of them (!in_set), or
+ * VekStringNpos; pos < size. The inline searches' way into the library, not
+ * to be called otherwise. */
+VekSizeT VekStringScanSet_(const char* buf, VekSizeT size, VekSizeT pos, const char* y, VekSizeT n,
+                           VekBool in_set) VEK_NOEXCEPT;
+
+/* The bytes looked at inline, at most, before the rest goes to the library. */
+#define VEK_STRING_INLINE_SCAN 32
+
+#if VEK_STRING_INLINE_SSE2
+/* VekStringSetMarksInline marks with a bit each of the 16 bytes of v that
+ * qualifies: in the set, or in none of it. The set is up to four bytes in
+ * four vectors; a shorter one repeats its last byte. */
+static inline unsigned VekStringSetMarksInline(__m128i v, const __m128i* set,
+                                               VekBool in_set) VEK_NOEXCEPT
+{
+    const __m128i hits =
+        _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, set[0]), _mm_cmpeq_epi8(v, set[1])),
+                     _mm_or_si128(_mm_cmpeq_epi8(v, set[2]), _mm_cmpeq_epi8(v, set[3])));
+    const unsigned marks = (unsigned)_mm_movemask_epi8(hits);
+    return in_set ? marks : ~marks & 0xFFFFu;
+}
+
+/* VekStringShortSetMarksInline marks the qualifying positions of a string of
+ * 1 to 15 bytes, bit i for the byte at i. The string is loaded as a head and
+ * a tail that overlap (two 8-byte or two 4-byte halves, or for up to three
+ * bytes the first, middle and last); a byte seen twice qualifies twice alike,
+ * so the two halves' marks are simply joined, each at its place. */
+static inline unsigned VekStringShortSetMarksInline(const char* buf, VekSizeT size,
+                                                    const __m128i* set, VekBool in_set) VEK_NOEXCEPT
+{
+    const unsigned n = (unsigned)size;
+    unsigned marks;
+    if (n >= 8) {
+        const __m128i head = _mm_loadl_epi64((const __m128i*)(const void*)buf);
+        const __m128i tail = _mm_loadl_epi64((const __m128i*)(const void*)(buf + n - 8));
+        marks = VekStringSetMarksInline(_mm_unpacklo_epi64(head, tail), set, in_set);
+        return (marks & 0xFFu) | (marks >> 8 << (n - 8));
+    }
+    if (n >= 4) {
+        const __m128i head = _mm_cvtsi32_si128((int)VekStringLoad32Inline(buf));
+        const __m128i tail = _mm_cvtsi32_si128((int)VekStringLoad32Inline(buf + n - 4));
+        marks = VekStringSetMarksInline(_mm_unpacklo_epi32(head, tail), set, in_set);
+        return (marks & 0xFu) | ((marks >> 4 & 0xFu) << (n - 4));
+    }
+    marks = VekStringSetMarksInline(_mm_cvtsi32_si128((unsigned char)buf[0] |
+                                                      (unsigned char)buf[n / 2] << 8 |
+                                                      (unsigned char)buf[n - 1] << 16),
+                                    set, in_set);
+    return (marks & 1u) | (marks >> 1 & 1u) << (n / 2) | (marks >> 2 & 1u) << (n - 1);
+}
+#endif
+
+/* VekStringSetHoldsInline tells whether b is one of the n bytes of y. */
+static inline VekBool VekStringSetHoldsInline(const char* y, VekSizeT n, char b) VEK_NOEXCEPT
+{
+    VekSizeT i;
+    for (i = 0; i < n; ++i) {
+        if (y[i] == b)
+            return VEK_TRUE;
+    }
+    return VEK_FALSE;
+}
+
+/* VekStringFindSetInline is every forward set search: the first position at
+ * or after pos whose byte is in the set (in_set) or in none of it. */
+static inline VekSizeT VekStringFindSetInline(const VekString* x, VekSizeT pos, const char* y,
+                                              VekSizeT n, VekBool in_set) VEK_NOEXCEPT
+{
+    const char* buf = x->buf;
+    const VekSizeT size = x->size;
+    if (pos >= size)
+        return VekStringNpos;
+    if (n - 1 >= 4)
+        return VekStringScanSet_(buf, size, pos, y, n, in_set);
+    {
+#if VEK_STRING_INLINE_SSE2
+        __m128i set[4];
+        unsigned marks;
+        set[0] = _mm_set1_epi8(y[0]);
+        set[1] = _mm_set1_epi8(y[n > 1 ? 1 : 0]);
+        set[2] = _mm_set1_epi8(y[n > 2 ? 2 : n - 1]);
+        set[3] = _mm_set1_epi8(y[n - 1]);
+        {
+            /* Whole blocks from pos, then the last 16 bytes with the marks
+             * below pos shifted out; a string shorter than a block is looked
+             * at 8 bytes from pos first, where most short searches end. */
+            const VekSizeT stop = pos + VEK_STRING_INLINE_SCAN;
+            while (size - pos >= 16) {
+                const __m128i v = _mm_loadu_si128((const __m128i*)(const void*)(buf + pos));
+                marks = VekStringSetMarksInline(v, set, in_set);
+                if (marks != 0)
+                    return pos + (VekSizeT)__builtin_ctz(marks);
+                pos += 16;
+                if (pos == size)
+                    return VekStringNpos;
+                if (pos >= stop)
+                    return VekStringScanSet_(buf, size, pos, y, n, in_set);
+            }
+            if (size >= 16) {
+                const __m128i v = _mm_loadu_si128((const __m128i*)(const void*)(buf + size - 16));
+                marks = VekStringSetMarksInline(v, set, in_set) >> (pos - (size - 16));
+            } else {
+                if (size - pos >= 8) {
+                    const __m128i v = _mm_loadl_epi64((const __m128i*)(const void*)(buf + pos));
+                    marks = VekStringSetMarksInline(v, set, in_set) & 0xFFu;
+                    if (marks != 0)
+                        return pos + (VekSizeT)__builtin_ctz(marks);
+                    pos += 8;
+                    if (pos == size)
+                        return VekStringNpos;
+                }
+                marks = VekStringShortSetMarksInline(buf, size, set, in_set) >> pos;
+            }
+            return marks != 0 ? pos + (VekSizeT)__builtin_ctz(marks) : VekStringNpos;
+        }
+#else
+        const VekSizeT stop =
+            size - pos > VEK_STRING_INLINE_SCAN ? pos + VEK_STRING_INLINE_SCAN : size;
+        for (; pos < stop; ++pos) {
+            if (VekStringSetHoldsInline(y, n, buf[pos]) == in_set)
+                return pos;
+        }
+        if (pos == size)
+            return VekStringNpos;
+#endif
+    }
+    return VekStringScanSet_(buf, size, pos, y, n, in_set);
+}
+
+static inline VekSizeT VekStringFindFirstOfCStrLenInline(const VekString* x, VekSizeT pos,
+                                                         const char* y, VekSizeT n) VEK_NOEXCEPT
+{
+    return VekStringFindSetInline(x, pos, y, n, VEK_TRUE);
+}
+
+static inline VekSizeT VekStringFindFirstOfInline(const VekString* x, VekSizeT pos,
+                                                  const VekString* y) VEK_NOEXCEPT
+{
+    return VekStringFindSetInline(x, pos, y->buf, y->size, VEK_TRUE);
+}
+
+static inline VekSizeT VekStringFindFirstOfCStrInline(const VekString* x, VekSizeT pos,
+                                                      const char* y) VEK_NOEXCEPT
+{
+    const VekSizeT n = VekStrLen(y);
+    return VekStringFindSetInline(x, pos, y, n, VEK_TRUE);
+}
+
+static inline VekSizeT VekStringFindFirstOfCharInline(const VekString* x, VekSizeT pos,
+                                                      char c) VEK_NOEXCEPT
+{
+    return VekStringFindSetInline(x, pos, &c, 1, VEK_TRUE);
+}
+
+static inline VekSizeT VekStringFindFirstNotOfCStrLenInline(const VekString* x, VekSizeT pos,
+                                                            const char* y, VekSizeT n) VEK_NOEXCEPT
+{
+    return VekStringFindSetInline(x, pos, y, n, VEK_FALSE);
+}
+
+static inline VekSizeT VekStringFindFirstNotOfInline(const VekString* x, VekSizeT pos,
+                                                     const VekString* y) VEK_NOEXCEPT
+{
+    return VekStringFindSetInline(x, pos, y->buf, y->size, VEK_FALSE);
+}
+
+static inline VekSizeT VekStringFindFirstNotOfCStrInline(const VekString* x, VekSizeT pos,
+                                                         const char* y) VEK_NOEXCEPT
+{
+    const VekSizeT n = VekStrLen(y);
+    return VekStringFindSetInline(x, pos, y, n, VEK_FALSE);
+}
+
+static inline VekSizeT VekStringFindFirstNotOfCharInline(const VekString* x, VekSizeT pos,
+                                                         char c) VEK_NOEXCEPT
+{
+    return VekStringFindSetInline(x, pos, &c, 1, VEK_FALSE);
+}
+
 /* A checked library checks every call on entry, so code built against one
  * (VEK_CHECKED defined, as the CMake target does) calls the functions. Put a
  * name in parentheses to call the function itself. */
@@ -371,6 +573,16 @@ static inline VekInt VekStringCompareCStrInline(const VekString* x, const char* 
 #define VekStringCompare(x, y) VekStringCompareInline((x), (y))
 #define VekStringCompareCStr(x, y) VekStringCompareCStrInline((x), (y))
 #define VekStringCompareCStrLen(x, y, ylen) VekStringCompareCStrLenInline((x), (y), (ylen))
+#define VekStringFindFirstOf(x, pos, y) VekStringFindFirstOfInline((x), (pos), (y))
+#define VekStringFindFirstOfCStrLen(x, pos, y, n)                                                  \
+    VekStringFindFirstOfCStrLenInline((x), (pos), (y), (n))
+#define VekStringFindFirstOfCStr(x, pos, y) VekStringFindFirstOfCStrInline((x), (pos), (y))
+#define VekStringFindFirstOfChar(x, pos, c) VekStringFindFirstOfCharInline((x), (pos), (c))
+#define VekStringFindFirstNotOf(x, pos, y) VekStringFindFirstNotOfInline((x), (pos), (y))
+#define VekStringFindFirstNotOfCStrLen(x, pos, y, n)                                               \
+    VekStringFindFirstNotOfCStrLenInline((x), (pos), (y), (n))
+#define VekStringFindFirstNotOfCStr(x, pos, y) VekStringFindFirstNotOfCStrInline((x), (pos), (y))
+#define VekStringFindFirstNotOfChar(x, pos, c) VekStringFindFirstNotOfCharInline((x), (pos), (c))
 #endif
 
 VEK_EXTERN_C_END
