@@ -81,7 +81,12 @@ VekInt(VekStringCompareCStrLen)(const VekString* x, const char* y, VekSizeT ylen
 // Each byte enters as a signed 8-bit value on every platform, whatever the
 // signedness of char, so a hash computed here matches one computed elsewhere.
 // VekStringHash.h computes it several bytes a step.
-VekSizeT VekStringHash(const VekString* x) noexcept
+VekSizeT(VekStringHash)(const VekString* x) noexcept
 {
     return StringHashBytes(x->buf, VekStringLength(x));
+}
+
+VekSizeT VekStringHashBytes_(const char* p, VekSizeT n) noexcept
+{
+    return StringHashBytes(p, n);
 }

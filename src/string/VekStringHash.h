@@ -30,7 +30,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "Vek/Utils/SysDep/VekBaseTypes.h"
+#include "Vek/Utils/VekString.h"
 #include "base/VekCheck.h"
 #include "simd/VekSimd.h"
 
@@ -65,36 +65,11 @@ static inline VekSizeT StringHashPlain(VekSizeT hash, const char* p, VekSizeT n)
     return hash;
 }
 
-// StringHashLoadWord reads 8 bytes so that the first one in memory is the low byte,
-// whatever the platform's byte order.
-static inline uint64_t StringHashLoadWord(const char* p)
-{
-    uint64_t word;
-    std::memcpy(&word, p, sizeof word);
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    word = __builtin_bswap64(word);
-#endif
-    return word;
-}
-
-// StringHashWordSum is the weighted sum of the 8 bytes of word (first byte weighted
-// 33^7, last 33^0), biased. Pairs fit 16-bit lanes (at most 255 * 34),
-// quads 32-bit lanes (at most 8670 * 1090), so no lane carries into the next.
-static inline VekSizeT StringHashWordSum(uint64_t word)
-{
-    constexpr uint64_t kBytes = 0x00FF00FF00FF00FFu;
-    constexpr uint64_t kPairs = 0x0000FFFF0000FFFFu;
-    word ^= 0x8080808080808080u;
-    const uint64_t pairs = (word & kBytes) * 33 + ((word >> 8) & kBytes);
-    const uint64_t quads = (pairs & kPairs) * StringHashPow33(2) + ((pairs >> 16) & kPairs);
-    return (quads & 0xFFFFFFFFu) * StringHashPow33(4) + (quads >> 32);
-}
-
-// StringHashWordStep hashes the 8 bytes at p.
+// StringHashWordStep hashes the 8 bytes at p; the word's weighted sum is the
+// public header's (VekStringHashWordInline).
 static inline VekSizeT StringHashWordStep(VekSizeT hash, const char* p)
 {
-    return hash * StringHashPow33(8) +
-           (StringHashWordSum(StringHashLoadWord(p)) - StringHashBias(8));
+    return hash * StringHashPow33(8) + VekStringHashWordInline(VekStringHashLoadInline(p));
 }
 
 // StringHashFinish hashes [p, end) after the bytes from begin to p, a word at a time.
@@ -111,13 +86,16 @@ static inline VekSizeT StringHashFinish(VekSizeT hash, const char* begin, const 
         return hash;
     if (end - begin < 8)
         return StringHashPlain(hash, p, rest);
-    const uint64_t word = StringHashLoadWord(end - 8) & (~uint64_t{0} << (8 * (8 - rest)));
-    return hash * StringHashPow33(rest) + (StringHashWordSum(word) - StringHashBias(8));
+    const uint64_t word = VekStringHashLoadInline(end - 8) & (~uint64_t{0} << (8 * (8 - rest)));
+    return hash * StringHashPow33(rest) + VekStringHashWordInline(word);
 }
 
-// StringHashPortable hashes n bytes with the word kernel alone.
+// StringHashPortable hashes n bytes with the word kernel alone. Up to 16 bytes
+// it is the public header's inline hash, so the two cannot differ.
 static inline VekSizeT StringHashPortable(const char* p, VekSizeT n)
 {
+    if (n <= 16)
+        return VekStringHashShortInline(p, n);
     return StringHashFinish(0, p, p, p + n);
 }
 
@@ -175,9 +153,12 @@ static inline VekSizeT StringHashBlockSum(const char* p)
 #if VEK_SIMD_VECTOR
 // StringHashVector hashes n bytes 32 at a time, so that the chain through the
 // hash has one multiply-add per 32 bytes whatever order the compiler adds
-// in; then 16, and the rest with the word kernel.
+// in; then 16, and the rest with the word kernel. Up to 16 bytes it is the
+// public header's inline hash, as in StringHashPortable.
 static inline VekSizeT StringHashVector(const char* p, VekSizeT n)
 {
+    if (n <= 16)
+        return VekStringHashShortInline(p, n);
     const char* const end = p + n;
     VekSizeT hash = 0;
     const char* q = p;

@@ -363,6 +363,94 @@ static inline VekInt VekStringCompareCStrInline(const VekString* x, const char* 
 }
 
 /*
+ * The hash, h = h * 33 + b over the bytes taken as signed values, from 0. Up
+ * to 16 bytes it is computed here, a word of 8 bytes at a time: the weighted
+ * sum of a word's bytes (the first weighted 33^7) is three multiply-adds of
+ * bytes into pairs, pairs into quads and quads into the word, on bytes biased
+ * by 128 so that no partial sum is negative or carries into its neighbour. A
+ * zero byte biased this way adds exactly its share of the bias, so bytes
+ * that are not the string's stand as zeros in front of those that are and
+ * count for nothing. Longer strings go to the library's block kernels, whose
+ * own short case is this code.
+ */
+
+/* VekStringHashBytes_ hashes the n bytes at p. The inline hash's way into the
+ * library, not to be called otherwise. */
+VekSizeT VekStringHashBytes_(const char* p, VekSizeT n) VEK_NOEXCEPT;
+
+/* VekStringHashLoadInline reads 8 bytes as a word whose low byte is the first
+ * in memory, whatever the byte order. */
+static inline uint64_t VekStringHashLoadInline(const char* p) VEK_NOEXCEPT
+{
+    uint64_t word = VekStringLoad64Inline(p);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    word = __builtin_bswap64(word);
+#endif
+    return word;
+}
+
+static inline uint64_t VekStringHashLoad32Inline(const char* p) VEK_NOEXCEPT
+{
+    uint32_t word = VekStringLoad32Inline(p);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    word = __builtin_bswap32(word);
+#endif
+    return word;
+}
+
+/* VekStringHashWordInline is the weighted sum of the 8 bytes of word, the
+ * low byte weighted 33^7 and the high one 1. Biased pairs fit 16 bits (at
+ * most 255 * 34) and quads 32 bits (at most 8670 * 1090); the bias of the 8
+ * bytes, 128 * (33^7 + ... + 1) = 4 * (33^8 - 1), comes off at the end. */
+static inline uint64_t VekStringHashWordInline(uint64_t word) VEK_NOEXCEPT
+{
+    const uint64_t bytes = 0x00FF00FF00FF00FFu, pairs_mask = 0x0000FFFF0000FFFFu;
+    uint64_t pairs, quads;
+    word ^= 0x8080808080808080u;
+    pairs = (word & bytes) * 33u + (word >> 8 & bytes);
+    quads = (pairs & pairs_mask) * 1089u + (pairs >> 16 & pairs_mask);
+    return (quads & 0xFFFFFFFFu) * 1185921u + (quads >> 32) - 5625634472960u;
+}
+
+/* VekStringHashShortInline hashes n <= 16 bytes at p, reading none beyond. A
+ * string of up to 8 bytes is gathered into the top of one word, from two
+ * 4-byte loads that overlap or from its first, middle and last bytes; a
+ * longer one is its first word and its last, whose bytes already hashed are
+ * set to zero. */
+static inline VekSizeT VekStringHashShortInline(const char* p, VekSizeT n) VEK_NOEXCEPT
+{
+    static const uint64_t pow33[9] = {1u,        33u,         1089u,        35937u,        1185921u,
+                                      39135393u, 1291467969u, 42618442977u, 1406408618241u};
+    const unsigned len = (unsigned)n;
+    uint64_t word;
+    if (len >= 8) {
+        const uint64_t hash = VekStringHashWordInline(VekStringHashLoadInline(p));
+        if (len == 8)
+            return hash;
+        word = VekStringHashLoadInline(p + len - 8) & ~(uint64_t)0 << 8 * (16 - len);
+        return hash * pow33[len - 8] + VekStringHashWordInline(word);
+    }
+    if (len >= 4) {
+        word = VekStringHashLoad32Inline(p + len - 4) << 32 | VekStringHashLoad32Inline(p)
+                                                                  << 8 * (8 - len);
+    } else if (len != 0) {
+        word = (uint64_t)(unsigned char)p[len - 1] << 56 |
+               (uint64_t)(unsigned char)p[len / 2] << 8 * (8 - len + len / 2) |
+               (uint64_t)(unsigned char)p[0] << 8 * (8 - len);
+    } else {
+        return 0;
+    }
+    return VekStringHashWordInline(word);
+}
+
+static inline VekSizeT VekStringHashInline(const VekString* x) VEK_NOEXCEPT
+{
+    if (x->size > 16)
+        return VekStringHashBytes_(x->buf, x->size);
+    return VekStringHashShortInline(x->buf, x->size);
+}
+
+/*
  * Set searches forward. A search that ends within the first bytes it looks
  * at (a token, a field, a short string) costs more in the call than in the
  * comparing, so the first 64 bytes are compared here, against sets of up to
@@ -573,6 +661,7 @@ static inline VekSizeT VekStringFindFirstNotOfCharInline(const VekString* x, Vek
 #define VekStringCompare(x, y) VekStringCompareInline((x), (y))
 #define VekStringCompareCStr(x, y) VekStringCompareCStrInline((x), (y))
 #define VekStringCompareCStrLen(x, y, ylen) VekStringCompareCStrLenInline((x), (y), (ylen))
+#define VekStringHash(x) VekStringHashInline((x))
 #define VekStringFindFirstOf(x, pos, y) VekStringFindFirstOfInline((x), (pos), (y))
 #define VekStringFindFirstOfCStrLen(x, pos, y, n)                                                  \
     VekStringFindFirstOfCStrLenInline((x), (pos), (y), (n))
