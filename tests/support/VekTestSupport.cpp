@@ -7,6 +7,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <ostream>
 #include <sstream>
 
@@ -48,6 +50,13 @@ VekVoidPtr RecordingAllocator::Allocate(VekAllocator* a, VekSizeT size)
         self->live_[block] = size;
     }
     self->events_.push_back({AllocatorEvent::kAllocate, block, size});
+    return block;
+}
+
+void* RecordingAllocator::Block(VekSizeT size)
+{
+    void* block = std::malloc(static_cast<std::size_t>(size));
+    live_[block] = size;
     return block;
 }
 
@@ -115,6 +124,19 @@ ReadOnlyBytes::ReadOnlyBytes(std::string_view bytes) : size_(bytes.size())
 ReadOnlyBytes::~ReadOnlyBytes()
 {
     munmap(mapping_, mapping_size_);
+}
+
+std::string Quote(const std::string& bytes)
+{
+    static constexpr char kHex[] = "0123456789abcdef";
+    std::string out = "\"";
+    for (const char c : bytes.substr(0, 160)) {
+        if (c >= ' ' && c <= '~' && c != '\\' && c != '"')
+            out += c;
+        else
+            out += {'\\', 'x', kHex[(c >> 4) & 0xF], kHex[c & 0xF]};
+    }
+    return out + (bytes.size() > 160 ? "...\"" : "\"");
 }
 
 testing::AssertionResult HasInvariants(const VekString& s)
@@ -185,6 +207,16 @@ void CheckFact(const Fact& fact)
     alloc.AllowAll();
     VekStringDestruct(&s);
     EXPECT_TRUE(alloc.IsClean());
+}
+
+std::vector<std::string> ReadCorpus(const std::string& name)
+{
+    std::vector<std::string> inputs;
+    for (const auto& entry : std::filesystem::directory_iterator(VEK_CORPUS_DIR "/" + name)) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        inputs.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    }
+    return inputs;
 }
 
 void MakeOwned(VekString* s, std::string_view content, VekSizeT capacity, VekAllocator* a)

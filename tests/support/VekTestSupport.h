@@ -50,6 +50,10 @@ public:
     void RefuseAll() { RefuseNth(1, true); }
     void AllowAll() { refuse_at_ = 0; }
 
+    // Block hands out a block of this allocator without logging it or
+    // refusing, for a test to give away (an external buffer to adopt).
+    void* Block(VekSizeT size);
+
     const std::vector<AllocatorEvent>& events() const { return events_; }
     void ClearEvents() { events_.clear(); }
     // Trace renders the log compactly: "+17" an allocate of 17 bytes, "+17!"
@@ -104,6 +108,9 @@ inline std::string Content(const VekString& s)
     return std::string(s.buf, s.size);
 }
 
+// Quote shows bytes readably, escaping all but printable ASCII.
+std::string Quote(const std::string& bytes);
+
 // HasInvariants checks what must hold after every successful operation.
 testing::AssertionResult HasInvariants(const VekString& s);
 
@@ -155,6 +162,10 @@ inline void CheckFacts(std::initializer_list<Fact> facts)
 {
     CheckFacts<std::initializer_list<Fact>>(facts);
 }
+
+// ReadCorpus returns every input of the fuzzer's committed corpus
+// fuzz/corpus/NAME, so that the tests replay them.
+std::vector<std::string> ReadCorpus(const std::string& name);
 
 // OwnedString builds an owned string with the given content and exactly the
 // given capacity through the public API.

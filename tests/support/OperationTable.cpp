@@ -1,0 +1,460 @@
+// OperationTable.cpp - one row per public function of the C API that builds,
+// edits or queries a string: how to call it, what std::string gives, and the
+// rule that holds its storage (OperationModel.h). Twins share a row and are
+// picked at random: a variadic form and its va_list form, a function and its
+// inline fast path in the header.
+#include <algorithm>
+#include <climits>
+#include <cstdarg>
+#include <cstring>
+#include <vector>
+
+#include "FormatModel.h"
+#include "OperationModel.h"
+
+namespace vektest {
+
+namespace {
+
+using R = Rule;
+
+// ------------------------------------------------------------ formatted edits
+
+enum Verb { kConstruct, kAssign, kAppend, kInsert, kReplace };
+
+VekString* ViaVaList(Verb verb, VekString* x, VekAllocator* a, VekSizeT pos, VekSizeT n,
+                     const char* fmt, ...)
+{
+    va_list args;
+    va_start(args, fmt);
+    VekString* r = verb == kConstruct ? VekStringConstructVFormatted(x, fmt, args, a)
+                   : verb == kAssign  ? VekStringAssignVFormatted(x, fmt, args)
+                   : verb == kAppend  ? VekStringAppendVFormatted(x, fmt, args)
+                   : verb == kInsert  ? VekStringInsertVFormatted(x, pos, fmt, args)
+                                      : VekStringReplaceVFormatted(x, pos, n, fmt, args);
+    va_end(args);
+    return r;
+}
+
+bool Formatted(Step& s, Verb verb)
+{
+    const Format f = DrawFormat(s.in);
+    const std::optional<std::string> out = Oracle(f);
+    const VekSizeT pos = verb == kAppend ? s.m.size() : verb >= kInsert ? s.Pos() : 0;
+    const VekSizeT n = verb == kAssign ? s.m.size() : verb == kReplace ? s.Count() : 0;
+    if (verb != kConstruct) {
+        s.Formatted(pos, n, out);
+    } else if (out) {
+        s.expect = *out;
+        s.Reallocates(out->size());
+    } else {
+        s.expect = "";
+        s.must_fail = true;
+        s.trace = "";
+    }
+    VekString* const x = verb == kConstruct ? &s.y : s.x;
+    if (s.Twin())
+        return Ok(ViaVaList(verb, x, s.y_allocator, pos, n, VEK_FORMAT_ARGS(f)));
+    switch (verb) {
+    case kConstruct:
+        return Ok(VekStringConstructFormatted(x, s.y_allocator, VEK_FORMAT_ARGS(f)));
+    case kAssign:
+        return Ok(VekStringAssignFormatted(x, VEK_FORMAT_ARGS(f)));
+    case kAppend:
+        return Ok(VekStringAppendFormatted(x, VEK_FORMAT_ARGS(f)));
+    case kInsert:
+        return Ok(VekStringInsertFormatted(x, pos, VEK_FORMAT_ARGS(f)));
+    default:
+        return Ok(VekStringReplaceFormatted(x, pos, n, VEK_FORMAT_ARGS(f)));
+    }
+}
+
+// ---------------------------------------------------------- Unicode and CF
+
+// CodePoints draws text for the conversions: the edges of every UTF-8 length,
+// now and then a surrogate or a value beyond U+10FFFF, which are refused.
+std::u32string CodePoints(Choices& in)
+{
+    static constexpr char32_t kEdges[] = {0x7F,    0x80,     0x7FF,  0x800,  0xFFFF,
+                                          0x10000, 0x10FFFF, 0xD800, 0xDFFF, 0x110000};
+    std::u32string out;
+    for (std::uint64_t n = in.Below(24); n > 0; --n)
+        out += in.OneIn(3) ? kEdges[in.Below(in.OneIn(8) ? 10 : 7)]
+                           : static_cast<char32_t>(1 + in.Below(in.OneIn(4) ? 0x3000 : 0x7F));
+    return out;
+}
+
+// Utf16 gives the units of cps; a surrogate code point becomes a lone unit
+// (two of them may pair up) and a value beyond U+10FFFF a lone low surrogate.
+std::vector<VekUint16> Utf16(const std::u32string& cps)
+{
+    std::vector<VekUint16> out;
+    for (const char32_t c : cps) {
+        if (c >= 0x10000 && c <= 0x10FFFF) {
+            out.push_back(static_cast<VekUint16>(0xD800 + ((c - 0x10000) >> 10)));
+            out.push_back(static_cast<VekUint16>(0xDC00 + ((c - 0x10000) & 0x3FF)));
+        } else {
+            out.push_back(c > 0x10FFFF ? 0xDC00 : static_cast<VekUint16>(c));
+        }
+    }
+    return out;
+}
+
+// Decode16 gives the code points of the longest valid prefix of units; whole
+// tells whether that is all of them.
+std::u32string Decode16(const std::vector<VekUint16>& units, bool* whole)
+{
+    std::u32string out;
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        char32_t c = units[i];
+        const bool high = c >= 0xD800 && c < 0xDC00;
+        if (high && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000)
+            c = 0x10000 + ((c - 0xD800) << 10) + (units[++i] - 0xDC00);
+        else if (c >= 0xD800 && c < 0xE000)
+            return *whole = false, out;
+        out += c;
+    }
+    return *whole = true, out;
+}
+
+std::optional<std::string> Utf8(const std::u32string& cps)
+{
+    std::string out;
+    for (const char32_t c : cps) {
+        if ((c >= 0xD800 && c < 0xE000) || c > 0x10FFFF)
+            return std::nullopt;
+        const int tail = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+        static constexpr char32_t kLead[] = {0, 0xC0, 0xE0, 0xF0};
+        out += static_cast<char>(kLead[tail] | (c >> (6 * tail)));
+        for (int i = tail - 1; i >= 0; --i)
+            out += static_cast<char>(0x80 | ((c >> (6 * i)) & 0x3F));
+    }
+    return out;
+}
+
+// Encoded runs a UCS-4 or UTF-16 conversion into x (or y): it converts into
+// the room there is and grows exactly when the text does not fit.
+bool Encoded(Step& s, Verb verb, bool utf16)
+{
+    const std::u32string cps = CodePoints(s.in);
+    // Zero-terminated and padded to whole blocks of 16 units, which the codec
+    // may read.
+    std::vector<VekWideChar> ucs4(cps.begin(), cps.end());
+    std::vector<VekUint16> units = Utf16(cps);
+    ucs4.resize(ucs4.size() / 16 * 16 + 16);
+    bool whole = true;
+    const std::optional<std::string> text = utf16 ? Utf8(Decode16(units, &whole)) : Utf8(cps);
+    units.resize(units.size() / 16 * 16 + 16);
+    const bool appends = verb == kAppend;
+    if (!text || !whole) {
+        s.must_fail = true;
+        s.trace = "";
+        s.expect = appends ? s.m : "";
+    } else if (appends) {
+        s.expect = s.m + *text;
+        const VekSizeT room = s.x->capacity == 0 ? 0 : s.x->capacity - s.m.size();
+        text->size() <= room ? s.InPlace() : s.Reallocates(s.expect->size());
+    } else {
+        s.expect = *text;
+        s.keeps_head = 0; // a refused growth leaves part of the text over the content
+        // Growth goes through VekStringReserve, which keeps a view's bytes.
+        text->size() <= (verb == kConstruct ? 0 : s.x->capacity)
+            ? s.InPlace()
+            : s.Reallocates(std::max<VekSizeT>(text->size(), verb == kConstruct ? 0 : s.m.size()));
+    }
+    const VekWideChar* w = ucs4.data();
+    const VekUint16* u = units.data();
+    switch (verb) {
+    case kConstruct:
+        return Ok(utf16 ? VekStringConstructUtf16(&s.y, u, s.y_allocator)
+                        : VekStringConstructUcs4(&s.y, w, s.y_allocator));
+    case kAssign:
+        return Ok(utf16 ? VekStringAssignUtf16(s.x, u) : VekStringAssignUcs4(s.x, w));
+    default:
+        return Ok(utf16 ? VekStringAppendUtf16(s.x, u) : VekStringAppendUcs4(s.x, w));
+    }
+}
+
+// FromCFString assigns a CoreFoundation string, made from ASCII bytes or from
+// UTF-16 units. When the framework offers its UTF-8 text the assignment is
+// that of a C string; otherwise the measured text (up to the first unpaired
+// surrogate) is converted into a block grown exactly to it, and the whole
+// string must convert or the assignment fails, leaving x empty.
+bool FromCFString(Step& s)
+{
+    std::vector<VekUint16> units = Utf16(CodePoints(s.in));
+    std::string ascii = s.in.Bytes(24);
+    for (char& c : ascii)
+        c = static_cast<char>(c & 0x7F);
+    std::erase(ascii, '\0');
+    CFStringRef cf = s.Twin()
+                         ? CFStringCreateWithCString(nullptr, ascii.c_str(), kCFStringEncodingUTF8)
+                         : CFStringCreateWithCharacters(nullptr, units.data(),
+                                                        static_cast<CFIndex>(units.size()));
+    bool whole = true;
+    const std::string prefix = *Utf8(Decode16(units, &whole));
+    if (const char* direct = CFStringGetCStringPtr(cf, kCFStringEncodingUTF8)) {
+        s.expect = direct;
+        s.Grows(s.expect->size());
+    } else if (prefix.empty()) {
+        s.must_fail = true;
+        s.expect = s.m;
+        s.trace = "";
+    } else {
+        s.expect = prefix;
+        if (prefix.size() > s.x->capacity) // through VekStringReserve, which keeps the content
+            s.Reallocates(std::max<VekSizeT>(prefix.size(), s.m.size()));
+        else
+            s.InPlace();
+        if (!whole) {
+            s.must_fail = true;
+            s.expect = "";
+        }
+    }
+    const bool ok = Ok(VekStringAssignFromCFString(s.x, cf));
+    CFRelease(cf);
+    return ok;
+}
+
+// ------------------------------------------------------------------ queries
+
+// Compared is what a comparison that returned got must return: the sign of
+// the first differing byte, else exactly the length difference (saturated).
+VekInt Compared(VekInt got, const std::string& a, const std::string& b)
+{
+    const int c = std::memcmp(a.data(), b.data(), std::min(a.size(), b.size()));
+    if (c == 0)
+        return static_cast<VekInt>(std::clamp<long long>(
+            static_cast<long long>(a.size()) - static_cast<long long>(b.size()), INT_MIN, INT_MAX));
+    return (got > 0) == (c > 0) && got != 0 ? got : (c > 0 ? 1 : -1);
+}
+
+VekSizeT Hash(const std::string& bytes)
+{
+    VekSizeT h = 0;
+    for (const char b : bytes)
+        h = h * 33 + static_cast<VekSizeT>(static_cast<signed char>(b));
+    return h;
+}
+
+// The span EqualSubstring compares: a position beyond the end is the end.
+std::string Span(const std::string& m, VekSizeT pos, VekSizeT n)
+{
+    return m.substr(std::min<VekSizeT>(pos, m.size()), n);
+}
+
+// FindAndReplace's result, and the cost of making it: a copy of x's size,
+// grown by the growth rule as the replacements need, then x's old block let go.
+void ReplaceAll(Step& s, const std::string& find, const std::string& with)
+{
+    if (find.empty()) {
+        s.expect = s.m;
+        s.InPlace();
+        return;
+    }
+    std::string out;
+    VekSizeT capacity = s.m.size(), size = capacity;
+    std::string trace = Blocks(capacity, 0);
+    std::size_t done = 0;
+    for (std::size_t hit = s.m.find(find); hit != std::string::npos; hit = s.m.find(find, done)) {
+        out.append(s.m, done, hit - done).append(with);
+        done = hit + find.size();
+        size = size - find.size() + with.size();
+        if (size > capacity) {
+            const VekSizeT grown = std::max(size, 2 * capacity);
+            trace = Join(trace, Blocks(grown, capacity));
+            capacity = grown;
+        }
+    }
+    s.expect = out.append(s.m, done);
+    s.capacity = capacity;
+    s.trace = Join(trace, Blocks(0, s.x->capacity));
+}
+
+// A query: one operand drawn by the named maker, a position p and a count n,
+// and the result std::string gives.
+#define VEK_QUERY(name, maker, call, want)                                                         \
+    {                                                                                              \
+#name, R::kQuery, [](Step& s) {                                                            \
+            [[maybe_unused]] const auto y = s.maker();                                             \
+            [[maybe_unused]] const VekSizeT p = s.Pos(), n = s.Count();                            \
+            s.expect = s.m;                                                                        \
+            s.Same(call, want);                                                                    \
+            return true;                                                                           \
+        }       \
+    }
+
+// clang-format off
+const Row kRows[] = {
+    // Construction, moves and capacity
+    {"ConstructCStrLen", R::kConstruct, [](Step& s) { const Operand o = s.Slice(); s.expect = o.bytes; s.Reallocates(o.len);
+         return Ok(VekStringConstructCStrLen(&s.y, o.ptr, o.len, s.y_allocator)); }},
+    {"ConstructCStr", R::kConstruct, [](Step& s) { const Operand o = s.CStr(); s.expect = o.bytes; s.Reallocates(o.len);
+         return Ok(VekStringConstructCStr(&s.y, o.ptr, s.y_allocator)); }},
+    {"ConstructRange", R::kConstruct, [](Step& s) { const Operand o = s.Slice(); s.expect = o.bytes; s.Reallocates(o.len);
+         return Ok(VekStringConstructRange(&s.y, o.ptr, o.ptr + o.len, s.y_allocator)); }},
+    {"ConstructCopy", R::kConstruct, [](Step& s) { const VekString* src = s.Slot(); s.expect = Content(*src); s.Reallocates(src->size);
+         return Ok(VekStringConstructCopy(&s.y, src)); }},
+    {"ConstructSubstring", R::kConstruct, [](Step& s) { const Record r = s.Str(); const VekSizeT p = s.Pos(r.bytes.size()), n = s.Count(r.bytes.size());
+         s.expect = Sub(r.bytes, p, n); s.Reallocates(s.expect.value_or("").size());
+         return Ok(VekStringConstructSubstring(&s.y, r.str, p, n, s.y_allocator)); }},
+    {"ConstructMove", R::kConstruct, [](Step& s) { VekString* src = s.Slot(); const VekString was = *src;
+         s.expect = Content(was); s.capacity = was.capacity; s.trace = ""; s.SetModel(src, "");
+         VekStringConstructMove(&s.y, src);
+         s.Check(s.y.buf == was.buf && src->buf == vekStringEmpty_ && src->size == 0 && src->capacity == 0 && src->allocator == was.allocator,
+                 "the source's block moves, leaving it empty with its allocator");
+         return true; }},
+    {"ConstructWithExternalBuffer", R::kConstruct, [](Step& s) { const Operand o = s.Slice(); const VekSizeT length = s.in.Below(o.len + 3);
+         char* block = length == 0 ? nullptr : s.Block(length);
+         if (block != nullptr) std::memcpy(block, o.ptr, std::min(o.len, length));
+         s.expect = length < 2 ? "" : o.bytes.substr(0, length - 1); s.capacity = length < 2 ? 0 : length - 1; s.trace = length == 1 ? "-1" : "";
+         VekStringConstructWithExternalBuffer(&s.y, block, o.len, length, s.y_allocator);
+         return true; }},
+    {"Move", R::kFree, [](Step& s) { VekString* src = s.Slot(); const VekString was = *src;
+         s.expect = Content(was); s.trace = src == s.x ? "" : Blocks(0, s.x->capacity);
+         if (src != s.x) s.SetModel(src, "");
+         s.Check(VekStringMove(s.x, src) == s.x && s.x->buf == was.buf && s.x->capacity == was.capacity && s.x->allocator == was.allocator &&
+                 (src == s.x || (src->buf == vekStringEmpty_ && src->capacity == 0 && src->allocator == was.allocator)), "x takes all of the source");
+         return true; }},
+    {"Swap", R::kFree, [](Step& s) { VekString* y = s.Slot(); const VekString mine = *s.x, theirs = *y;
+         s.expect = Content(theirs); s.SetModel(y, s.m); s.trace = "";
+         s.Check(VekStringSwap(s.x, y) == 1 && s.x->buf == theirs.buf && s.x->capacity == theirs.capacity && y->buf == mine.buf && y->capacity == mine.capacity,
+                 "the records are exchanged");
+         return true; }},
+    {"Reserve", R::kExact, [](Step& s) { const VekSizeT r = s.in.OneIn(16) ? kNpos - s.in.Below(2) : s.in.Below(s.m.size() + 24);
+         s.expect = s.m; s.Reallocates(std::max<VekSizeT>(s.m.size(), r));
+         if (r >= PTRDIFF_MAX) { s.must_fail = true; s.InPlace(); }
+         return VekStringReserve(s.x, r) != 0; }},
+    {"Clear", R::kGrowth, [](Step& s) { s.expect = ""; VekStringClear(s.x); return true; }},
+    {"ReleaseBuffer", R::kExact, [](Step& s) { const std::string text = s.in.Bytes(s.x->capacity == 0 ? 0 : s.x->capacity - s.x->size);
+         s.expect = s.m + text; s.InPlace();
+         std::memcpy(VekStringGetBuffer(s.x), text.data(), text.size());
+         VekStringReleaseBuffer(s.x, text.size());
+         return true; }},
+    // Assignment
+    {"Assign", R::kGrowth, [](Step& s) { const Record r = s.Str(); s.expect = r.bytes; return Ok(VekStringAssign(s.x, r.str)); }},
+    {"AssignSubstring", R::kGrowth, [](Step& s) { const Record r = s.Str(); const VekSizeT p = s.Pos(r.bytes.size()), n = s.Count(r.bytes.size());
+         s.expect = Sub(r.bytes, p, n); return Ok(VekStringAssignSubstring(s.x, r.str, p, n)); }},
+    {"AssignCStr", R::kGrowth, [](Step& s) { const Operand o = s.CStr(); s.expect = o.bytes; return Ok(VekStringAssignCStr(s.x, o.ptr)); }},
+    {"AssignCStrLen", R::kGrowth, [](Step& s) { const Operand o = s.Slice(); s.expect = o.bytes; return Ok(VekStringAssignCStrLen(s.x, o.ptr, o.len)); }},
+    {"AssignRange", R::kGrowth, [](Step& s) { const Operand o = s.Slice(); s.expect = o.bytes; return Ok(VekStringAssignRange(s.x, o.ptr, o.ptr + o.len)); }},
+    {"AssignChar", R::kGrowth, [](Step& s) { const char c = s.Char(); s.expect = std::string(1, c); return Ok(VekStringAssignChar(s.x, c)); }},
+    // Appending and resizing
+    {"Append", R::kGrowth, [](Step& s) { const Record r = s.Str(); s.expect = s.m + r.bytes; return Ok(VekStringAppend(s.x, r.str)); }},
+    {"AppendSubstring", R::kGrowth, [](Step& s) { const Record r = s.Str(); const VekSizeT p = s.Pos(r.bytes.size()), n = s.Count(r.bytes.size());
+         s.Splice(s.m.size(), 0, Sub(r.bytes, p, n)); return Ok(VekStringAppendSubstring(s.x, r.str, p, n)); }},
+    {"AppendCStr", R::kGrowth, [](Step& s) { const Operand o = s.CStr(); s.expect = s.m + o.bytes; return Ok(VekStringAppendCStr(s.x, o.ptr)); }},
+    {"AppendCStrLen", R::kGrowth, [](Step& s) { const Operand o = s.Slice(); s.expect = s.m + o.bytes;
+         return Ok(s.Twin() ? VekStringAppendCStrLenInline(s.x, o.ptr, o.len) : (VekStringAppendCStrLen)(s.x, o.ptr, o.len)); }},
+    {"AppendRange", R::kGrowth, [](Step& s) { const Operand o = s.Slice(); s.expect = s.m + o.bytes; return Ok(VekStringAppendRange(s.x, o.ptr, o.ptr + o.len)); }},
+    {"AppendChar", R::kGrowth, [](Step& s) { const char c = s.Char(); s.expect = s.m + c;
+         return Ok(s.Twin() ? VekStringAppendCharInline(s.x, c) : (VekStringAppendChar)(s.x, c)); }},
+    {"AppendN", R::kGrowth, [](Step& s) { const VekSizeT n = s.in.Below(40); const char c = s.Char(); s.expect = s.m + std::string(n, c);
+         return Ok(VekStringAppendN(s.x, n, c)); }},
+    {"Resize", R::kGrowth, [](Step& s) { const VekSizeT n = s.in.Below(s.m.size() + 24); const char c = s.Char();
+         s.expect = s.m; s.expect->resize(n, c);
+         return VekStringResize(s.x, n, n > s.m.size() || s.Twin() ? &c : nullptr) != 0; }},
+    // Replacement and insertion
+    {"ReplaceSubstring", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(), n = s.Count(); const Record r = s.Str();
+         const VekSizeT p2 = s.Pos(r.bytes.size()), n2 = s.Count(r.bytes.size());
+         s.Splice(p, n, Sub(r.bytes, p2, n2)); return Ok(VekStringReplaceSubstring(s.x, p, n, r.str, p2, n2)); }},
+    {"ReplaceString", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(), n = s.Count(); const Record r = s.Str();
+         s.Splice(p, n, r.bytes); return Ok(VekStringReplaceString(s.x, p, n, r.str)); }},
+    {"ReplaceChar", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(), n = s.Count(); const char c = s.Char();
+         s.Splice(p, n, std::string(1, c)); return Ok(VekStringReplaceChar(s.x, p, n, c)); }},
+    {"ReplaceCStr", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(), n = s.Count(); const Operand o = s.CStr();
+         s.Splice(p, n, o.bytes); return Ok(VekStringReplaceCStr(s.x, p, n, o.ptr)); }},
+    {"ReplaceCStrLen", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(), n = s.Count(); const Operand o = s.Slice();
+         s.Splice(p, n, o.bytes); return Ok(VekStringReplaceCStrLen(s.x, p, n, o.ptr, o.len)); }},
+    {"ReplaceRange", R::kGrowth, [](Step& s) { const VekSizeT p = s.in.Below(s.m.size() + 1), n = s.in.Below(s.m.size() - p + 1); const Operand o = s.Slice();
+         s.Splice(p, n, o.bytes); return Ok(VekStringReplaceRange(s.x, s.x->buf + p, s.x->buf + p + n, o.ptr, o.ptr + o.len)); }},
+    {"Insert", R::kGrowth, [](Step& s) { const VekSizeT p = s.in.Below(s.m.size() + 1); const Operand o = s.Slice(); const char* c = o.len != 0 ? o.ptr : s.Keep(std::string(1, s.Char()));
+         s.Splice(p, 0, std::string(1, *c));
+         const VekStringIterator it = VekStringInsert(s.x, s.x->buf + p, c);
+         s.Check(it == nullptr || it == s.x->buf + p, "the iterator must address the inserted byte");
+         return Ok(it); }},
+    {"InsertRange", R::kGrowth, [](Step& s) { const VekSizeT p = s.in.Below(s.m.size() + 1); const Operand o = s.Slice();
+         s.Splice(p, 0, o.bytes); return VekStringInsertRange(s.x, s.x->buf + p, o.ptr, o.ptr + o.len) != 0; }},
+    {"InsertSubstring", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(); const Record r = s.Str(); const VekSizeT p2 = s.Pos(r.bytes.size()), n2 = s.Count(r.bytes.size());
+         s.Splice(p, 0, Sub(r.bytes, p2, n2)); return Ok(VekStringInsertSubstring(s.x, p, r.str, p2, n2)); }},
+    {"InsertString", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(); const Record r = s.Str(); s.Splice(p, 0, r.bytes); return Ok(VekStringInsertString(s.x, p, r.str)); }},
+    {"InsertCStr", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(); const Operand o = s.CStr(); s.Splice(p, 0, o.bytes); return Ok(VekStringInsertCStr(s.x, p, o.ptr)); }},
+    {"InsertCStrLen", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(); const Operand o = s.Slice(); s.Splice(p, 0, o.bytes); return Ok(VekStringInsertCStrLen(s.x, p, o.ptr, o.len)); }},
+    {"InsertChar", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(); const char c = s.Char(); s.Splice(p, 0, std::string(1, c)); return Ok(VekStringInsertChar(s.x, p, c)); }},
+    // Erasure
+    {"Erase", R::kGrowth, [](Step& s) { s.expect = s.m; if (s.m.empty()) return true;
+         const VekSizeT p = s.in.Below(s.m.size()); s.Splice(p, 1, "");
+         const VekStringIterator it = VekStringErase(s.x, s.x->buf + p);
+         s.Check(it == nullptr || it == s.x->buf + p, "the iterator must address the byte behind the erased one");
+         return Ok(it); }},
+    {"EraseSubstring", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(), n = s.Count(); s.Splice(p, n, ""); return Ok(VekStringEraseSubstring(s.x, p, n)); }},
+    {"EraseRange", R::kGrowth, [](Step& s) { const VekSizeT p = s.in.Below(s.m.size() + 1), n = s.in.Below(s.m.size() - p + 1); s.Splice(p, n, "");
+         const VekStringIterator it = VekStringEraseRange(s.x, s.x->buf + p, s.x->buf + p + n);
+         s.Check(it == nullptr || it == s.x->buf + p, "the iterator must address the first byte behind the range");
+         return Ok(it); }},
+    // Formatted construction and editing, each with its va_list twin
+    {"ConstructFormatted", R::kConstruct, [](Step& s) { return Formatted(s, kConstruct); }},
+    {"AssignFormatted", R::kExact, [](Step& s) { return Formatted(s, kAssign); }},
+    {"AppendFormatted", R::kExact, [](Step& s) { return Formatted(s, kAppend); }},
+    {"InsertFormatted", R::kExact, [](Step& s) { return Formatted(s, kInsert); }},
+    {"ReplaceFormatted", R::kExact, [](Step& s) { return Formatted(s, kReplace); }},
+    // Unicode and CoreFoundation conversion
+    {"ConstructUcs4", R::kConstruct, [](Step& s) { return Encoded(s, kConstruct, false); }},
+    {"ConstructUtf16", R::kConstruct, [](Step& s) { return Encoded(s, kConstruct, true); }},
+    {"AssignUcs4", R::kExact, [](Step& s) { return Encoded(s, kAssign, false); }},
+    {"AssignUtf16", R::kExact, [](Step& s) { return Encoded(s, kAssign, true); }},
+    {"AppendUcs4", R::kExact, [](Step& s) { return Encoded(s, kAppend, false); }},
+    {"AppendUtf16", R::kExact, [](Step& s) { return Encoded(s, kAppend, true); }},
+    {"AssignFromCFString", R::kExact, FromCFString},
+    // Comparison and hashing
+    VEK_QUERY(Equal, Str, VekStringEqual(s.x, y.str), s.m == y.bytes),
+    VEK_QUERY(EqualCStr, CStr, VekStringEqualCStr(s.x, y.ptr), s.m == y.bytes),
+    VEK_QUERY(EqualCStrLen, Slice, VekStringEqualCStrLen(s.x, y.ptr, y.len), s.m == y.bytes),
+    VEK_QUERY(EqualSubstring, Str, VekStringEqualSubstring(s.x, p, n, y.str), Span(s.m, p, n) == y.bytes),
+    VEK_QUERY(EqualSubstringCStr, CStr, VekStringEqualSubstringCStr(s.x, p, n, y.ptr), Span(s.m, p, n) == y.bytes),
+    VEK_QUERY(EqualSubstringCStrLen, Slice, VekStringEqualSubstringCStrLen(s.x, p, n, y.ptr, y.len), Span(s.m, p, n) == y.bytes),
+    VEK_QUERY(Compare, Str, VekStringCompare(s.x, y.str), Compared(VekStringCompare(s.x, y.str), s.m, y.bytes)),
+    VEK_QUERY(CompareCStr, CStr, VekStringCompareCStr(s.x, y.ptr), Compared(VekStringCompareCStr(s.x, y.ptr), s.m, y.bytes)),
+    VEK_QUERY(CompareCStrLen, Slice, VekStringCompareCStrLen(s.x, y.ptr, y.len), Compared(VekStringCompareCStrLen(s.x, y.ptr, y.len), s.m, y.bytes)),
+    VEK_QUERY(Hash, Byte, VekStringHash(s.x), Hash(s.m)),
+    // Character-set search
+    VEK_QUERY(FindFirstOf, Str, VekStringFindFirstOf(s.x, p, y.str), s.m.find_first_of(y.bytes, p)),
+    VEK_QUERY(FindFirstOfCStrLen, Slice, VekStringFindFirstOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_first_of(y.bytes, p)),
+    VEK_QUERY(FindFirstOfChar, Byte, VekStringFindFirstOfChar(s.x, p, *y.ptr), s.m.find_first_of(y.bytes, p)),
+    VEK_QUERY(FindFirstOfCStr, CStr, VekStringFindFirstOfCStr(s.x, p, y.ptr), s.m.find_first_of(y.bytes, p)),
+    VEK_QUERY(FindFirstNotOf, Str, VekStringFindFirstNotOf(s.x, p, y.str), s.m.find_first_not_of(y.bytes, p)),
+    VEK_QUERY(FindFirstNotOfCStrLen, Slice, VekStringFindFirstNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_first_not_of(y.bytes, p)),
+    VEK_QUERY(FindFirstNotOfChar, Byte, VekStringFindFirstNotOfChar(s.x, p, *y.ptr), s.m.find_first_not_of(y.bytes, p)),
+    VEK_QUERY(FindFirstNotOfCStr, CStr, VekStringFindFirstNotOfCStr(s.x, p, y.ptr), s.m.find_first_not_of(y.bytes, p)),
+    VEK_QUERY(FindLastOfCStrLen, Slice, VekStringFindLastOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_of(y.bytes, p)),
+    VEK_QUERY(FindLastOfChar, Byte, VekStringFindLastOfChar(s.x, p, *y.ptr), s.m.find_last_of(y.bytes, p)),
+    VEK_QUERY(FindLastNotOfCStrLen, Slice, VekStringFindLastNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_not_of(y.bytes, p)),
+    VEK_QUERY(FindLastNotOfChar, Byte, VekStringFindLastNotOfChar(s.x, p, *y.ptr), s.m.find_last_not_of(y.bytes, p)),
+    // Substring search and find-and-replace
+    VEK_QUERY(FindFromPosCStrLen, Slice, VekStringFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.find(y.bytes, p)),
+    VEK_QUERY(FindFromPosCStr, CStr, VekStringFindFromPosCStr(s.x, p, y.ptr), s.m.find(y.bytes, p)),
+    VEK_QUERY(FindFromPos, Str, VekStringFindFromPos(s.x, p, y.str), s.m.find(y.bytes, p)),
+    VEK_QUERY(FindCStrLen, Slice, VekStringFindCStrLen(s.x, y.ptr, y.len), s.m.find(y.bytes)),
+    VEK_QUERY(FindCStr, CStr, VekStringFindCStr(s.x, y.ptr), s.m.find(y.bytes)),
+    VEK_QUERY(Find, Str, VekStringFind(s.x, y.str), s.m.find(y.bytes)),
+    VEK_QUERY(RFindFromPosCStrLen, Slice, VekStringRFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.rfind(y.bytes, p)),
+    VEK_QUERY(RFindFromPosCStr, CStr, VekStringRFindFromPosCStr(s.x, p, y.ptr), s.m.rfind(y.bytes, p)),
+    VEK_QUERY(RFindFromPos, Str, VekStringRFindFromPos(s.x, p, y.str), s.m.rfind(y.bytes, p)),
+    VEK_QUERY(RFindCStrLen, Slice, VekStringRFindCStrLen(s.x, y.ptr, y.len), s.m.rfind(y.bytes)),
+    VEK_QUERY(RFindCStr, CStr, VekStringRFindCStr(s.x, y.ptr), s.m.rfind(y.bytes)),
+    VEK_QUERY(RFind, Str, VekStringRFind(s.x, y.str), s.m.rfind(y.bytes)),
+    {"FindAndReplace", R::kExact, [](Step& s) { const Record find = s.Str(), with = s.Str();
+         ReplaceAll(s, find.bytes, with.bytes);
+         if (s.expect->size() > 4096) { s.expect = s.m; s.InPlace(); return true; } // too long to build
+         return Ok(VekStringFindAndReplace(s.x, find.str, with.str)); }},
+};
+// clang-format on
+
+} // namespace
+
+std::span<const Row> Rows()
+{
+    return kRows;
+}
+
+} // namespace vektest
