@@ -87,4 +87,18 @@ INSTANTIATE_TEST_SUITE_P(Table, CheckedBuild, testing::Values(
     [](const auto& info) { return info.param.name; });
 // clang-format on
 
+// An operand that starts right behind the block, however close, is outside
+// the string and fine: here the bytes behind an adopted block of 16.
+TEST(CheckedBuild, AcceptsAnOperandRightBehindTheBlock)
+{
+    char bytes[24] = "0123456789abcdefWXYZ";
+    VekAllocator keeper = {[](VekAllocator*, VekSizeT) -> VekVoidPtr { return nullptr; },
+                           [](VekAllocator*, VekVoidPtr, VekSizeT) {}, 100, nullptr};
+    VekString s;
+    VekStringConstructWithExternalBuffer(&s, bytes, 10, 16, &keeper);
+    ASSERT_EQ(VekStringAppendCStrLen(&s, bytes + 16, 4), &s);
+    EXPECT_EQ(vektest::Content(s), "0123456789WXYZ");
+    VekStringDestruct(&s);
+}
+
 } // namespace

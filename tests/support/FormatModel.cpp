@@ -89,11 +89,10 @@ Format DrawFormat(Choices& in)
     int used = 0;
     for (std::uint64_t pieces = in.Below(7); pieces > 0; --pieces) {
         switch (in.Below(5)) {
-        case 0: {
-            std::string text = in.Bytes(12);
-            std::erase(text, '\0');
-            std::erase(text, '%');
-            f.text += text;
+        case 0: { // text, often letters a conversion could swallow
+            static constexpr std::string_view kText = "dilxXzcs.*-+ #09ab\xff";
+            for (std::uint64_t n = 1 + in.Below(5); n > 0; --n)
+                f.text += kText[in.Below(kText.size())];
             break;
         }
         case 1:
