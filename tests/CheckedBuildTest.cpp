@@ -92,10 +92,8 @@ INSTANTIATE_TEST_SUITE_P(Table, CheckedBuild, testing::Values(
 TEST(CheckedBuild, AcceptsAnOperandRightBehindTheBlock)
 {
     char bytes[24] = "0123456789abcdefWXYZ";
-    VekAllocator keeper = {[](VekAllocator*, VekSizeT) -> VekVoidPtr { return nullptr; },
-                           [](VekAllocator*, VekVoidPtr, VekSizeT) {}, 100, nullptr};
     VekString s;
-    VekStringConstructWithExternalBuffer(&s, bytes, 10, 16, &keeper);
+    VekStringConstructWithExternalBuffer(&s, bytes, 10, 16, vektest::Keeper());
     ASSERT_EQ(VekStringAppendCStrLen(&s, bytes + 16, 4), &s);
     EXPECT_EQ(vektest::Content(s), "0123456789WXYZ");
     VekStringDestruct(&s);

@@ -103,6 +103,13 @@ testing::AssertionResult RecordingAllocator::IsClean() const
     return failure;
 }
 
+VekAllocator* Keeper()
+{
+    static VekAllocator keeper = {[](VekAllocator*, VekSizeT) -> VekVoidPtr { return nullptr; },
+                                  [](VekAllocator*, VekVoidPtr, VekSizeT) {}, 100, nullptr};
+    return &keeper;
+}
+
 ReadOnlyBytes::ReadOnlyBytes(std::string_view bytes) : size_(bytes.size())
 {
     const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));

@@ -77,6 +77,10 @@ private:
     bool refuse_after_ = false;
 };
 
+// Keeper is an allocator for blocks the test itself owns: it refuses every
+// allocation and takes back nothing.
+VekAllocator* Keeper();
+
 // ReadOnlyBytes holds a copy of some bytes in pages that cannot be written,
 // ending right before an inaccessible page: a write through a view, or a read
 // beyond its end, crashes the test at once.
