@@ -106,7 +106,7 @@ private:
 };
 
 Step::Step(Model& model, int slot)
-    : x(&model.slots[slot]), m(Content(*x)), in(model.in), y_allocator(model.alloc), model_(model)
+    : x(&model.slots[slot]), m(Content(*x)), in(model.in), a(model.alloc), model_(model)
 {
 }
 
@@ -174,27 +174,32 @@ Operand Step::CStr()
 
 Record Step::Str()
 {
+    Record r{};
     switch (in.Below(5)) {
     case 0:
-        return {x, m};
-    case 1: {
-        const VekString* s = Slot();
-        return {s, Content(*s)};
-    }
+        r = {x, m};
+        break;
+    case 1:
+        r.str = Slot();
+        r.bytes = Content(*r.str);
+        break;
     case 2: { // a view record of some bytes, often x's own
         const Operand o = Slice();
-        temps_.push_back(VekString{model_.alloc, const_cast<char*>(o.ptr), o.len, 0});
-        return {&temps_.back(), o.bytes};
+        r = {&temps_.emplace_back(VekString{model_.alloc, const_cast<char*>(o.ptr), o.len, 0}),
+             o.bytes};
+        break;
     }
-    case 3: {
-        const std::string text = in.Bytes(24);
-        VekStringConstructCStrLen(&temps_.emplace_back(), text.data(), text.size(), model_.other);
-        return {&temps_.back(), text};
-    }
+    case 3:
+        r.bytes = in.Bytes(24);
+        r.str = &temps_.emplace_back();
+        VekStringConstructCStrLen(&temps_.back(), r.bytes.data(), r.bytes.size(), model_.other);
+        break;
     default:
-        VekStringConstructDefault(&temps_.emplace_back(), model_.alloc);
-        return {&temps_.back(), ""};
+        r = {VekStringConstructDefault(&temps_.emplace_back(), model_.alloc), ""};
     }
+    r.pos = Pos(r.bytes.size());
+    r.count = Count(r.bytes.size());
+    return r;
 }
 
 void Step::Splice(VekSizeT pos, VekSizeT n, const std::optional<std::string>& with)
@@ -279,14 +284,14 @@ void Model::Run(const Row& row, int slot, const Refusal& refusal, Outcome* outco
     alloc.AllowAll();
     alloc.SetMaxSize(kNoLimit);
     if (outcome != nullptr)
-        *outcome = Outcome{ok, Content(s.constructs_ ? s.y : *s.x), trace};
+        *outcome = Outcome{ok, Content(s.constructs_ ? s.built : *s.x), trace};
     Check(row, s, before, ok, trace, refusal);
     if (s.constructs_ && ok) {
-        VekStringSwap(s.x, &s.y);
+        VekStringSwap(s.x, &s.built);
         models[slot] = Content(*s.x);
     }
     if (s.constructs_)
-        VekStringDestruct(&s.y);
+        VekStringDestruct(&s.built);
     for (VekString& t : s.temps_)
         VekStringDestruct(&t);
 }
@@ -305,7 +310,7 @@ void Model::Check(const Row& row, Step& s, const Snapshot& before, bool ok,
                   const std::string& trace, const Refusal& refusal)
 {
     std::vector<std::string>& bad = s.findings_;
-    const VekString& t = s.constructs_ ? s.y : *s.x;
+    const VekString& t = s.constructs_ ? s.built : *s.x;
     const auto require = [&](bool good, const std::string& what) {
         if (!good)
             bad.push_back(what);
@@ -336,8 +341,8 @@ void Model::Check(const Row& row, Step& s, const Snapshot& before, bool ok,
                 "allocated again after a refusal");
         const Snapshot after = Snapshot::Of(*s.x);
         if (s.constructs_) {
-            require(s.y.buf == vekStringEmpty_ && s.y.size == 0 && s.y.capacity == 0 &&
-                        s.y.allocator == s.y_allocator && after == before,
+            require(s.built.buf == vekStringEmpty_ && s.built.size == 0 && s.built.capacity == 0 &&
+                        s.built.allocator == s.a && after == before,
                     "a failed construction must leave an empty string naming its allocator");
         } else if (gave_up && (s.expect != s.m || s.capacity)) {
             require(Content(*s.x) == *s.expect &&
@@ -384,7 +389,7 @@ void Model::Check(const Row& row, Step& s, const Snapshot& before, bool ok,
                     ", its model " + Quote(models[i]));
         owning += slots[i].capacity != 0 ? 1 : 0;
     }
-    owning += s.constructs_ && s.y.capacity != 0 ? 1 : 0;
+    owning += s.constructs_ && s.built.capacity != 0 ? 1 : 0;
     require(alloc.outstanding() == owning, std::to_string(alloc.outstanding()) +
                                                " blocks out for " + std::to_string(owning) +
                                                " owning strings");

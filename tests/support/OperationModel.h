@@ -42,7 +42,7 @@ enum class Rule {
     kGrowth,    // in place when the result fits an owned block, else a block of
                 // max(new size, 2 x capacity); a view may be kept or copied
     kExact,     // the row states the capacity and trace (Reallocates, InPlace)
-    kConstruct, // builds s.y with exact capacity; y then replaces x
+    kConstruct, // builds s.built, which then replaces x
     kQuery,     // changes nothing and calls nothing; the row checks the result
     kFree,      // the row checks the storage itself (moves, swaps)
 };
@@ -55,7 +55,8 @@ struct Operand {
 
 struct Record {
     const VekString* str;
-    std::string bytes; // copied before the call
+    std::string bytes;   // copied before the call
+    VekSizeT pos = 0, count = 0; // a span of it, sometimes beyond its end
 };
 
 class Model;
@@ -68,7 +69,7 @@ public:
 
     VekString* const x;
     const std::string m; // x's content before the call
-    VekString y{};       // the string kConstruct rows build
+    VekString built{};   // the string kConstruct rows build
     Choices& in;
 
     // Expectations, set by the row before its call.
@@ -80,7 +81,7 @@ public:
     std::optional<std::string> trace;  // after success, or after must_fail
     VekSizeT keeps_head = kNpos;       // a failure keeps the fields and only
                                        // the bytes before this offset
-    VekAllocator* y_allocator;         // the allocator a constructed y names
+    VekAllocator* a;                   // the strings' allocator
 
     // Operands and arguments.
     // Pos is a position into a string of size bytes (by default x), sometimes
@@ -129,6 +130,11 @@ private:
 inline bool Ok(const void* result)
 {
     return result != nullptr;
+}
+
+inline bool Ok(VekBool result)
+{
+    return result != 0;
 }
 
 std::optional<std::string> Sub(const std::string& s, VekSizeT pos, VekSizeT n);

@@ -52,12 +52,12 @@ bool Formatted(Step& s, Verb verb)
         s.must_fail = true;
         s.trace = "";
     }
-    VekString* const x = verb == kConstruct ? &s.y : s.x;
+    VekString* const x = verb == kConstruct ? &s.built : s.x;
     if (s.Twin())
-        return Ok(ViaVaList(verb, x, s.y_allocator, pos, n, VEK_FORMAT_ARGS(f)));
+        return Ok(ViaVaList(verb, x, s.a, pos, n, VEK_FORMAT_ARGS(f)));
     switch (verb) {
     case kConstruct:
-        return Ok(VekStringConstructFormatted(x, s.y_allocator, VEK_FORMAT_ARGS(f)));
+        return Ok(VekStringConstructFormatted(x, s.a, VEK_FORMAT_ARGS(f)));
     case kAssign:
         return Ok(VekStringAssignFormatted(x, VEK_FORMAT_ARGS(f)));
     case kAppend:
@@ -166,8 +166,8 @@ bool Encoded(Step& s, Verb verb, bool utf16)
     const VekUint16* u = units.data();
     switch (verb) {
     case kConstruct:
-        return Ok(utf16 ? VekStringConstructUtf16(&s.y, u, s.y_allocator)
-                        : VekStringConstructUcs4(&s.y, w, s.y_allocator));
+        return Ok(utf16 ? VekStringConstructUtf16(&s.built, u, s.a)
+                        : VekStringConstructUcs4(&s.built, w, s.a));
     case kAssign:
         return Ok(utf16 ? VekStringAssignUtf16(s.x, u) : VekStringAssignUcs4(s.x, w));
     default:
@@ -271,127 +271,108 @@ void ReplaceAll(Step& s, const std::string& find, const std::string& with)
     s.trace = Join(trace, Blocks(0, s.x->capacity));
 }
 
-// A query: one operand drawn by the named maker, a position p and a count n,
-// and the result std::string gives.
-#define VEK_QUERY(name, maker, call, want)                                                         \
+// Iterates checks the iterator an edit returned: at offset `at` of the
+// buffer that holds the content afterwards, or NULL on failure.
+bool Iterates(Step& s, VekStringIterator it, VekSizeT at)
+{
+    s.Check(it == nullptr || it == s.x->buf + at,
+            "the iterator must be at offset " + std::to_string(at));
+    return it != nullptr;
+}
+
+// A row's body sees the operand y its maker drew; p and n, a position into x
+// (sometimes beyond its end) and a count (sometimes VekStringNpos); and q and
+// k, a span within x's content for the iterator forms.
+#define VEK_ROW(name, rule, maker, ...)                                                            \
     {                                                                                              \
-#name, R::kQuery, [](Step& s) {                                                            \
+#name, rule, [](Step& s) {                                                                 \
             [[maybe_unused]] const auto y = s.maker();                                             \
-            [[maybe_unused]] const VekSizeT p = s.Pos(), n = s.Count();                            \
-            s.expect = s.m;                                                                        \
-            s.Same(call, want);                                                                    \
-            return true;                                                                           \
+            [[maybe_unused]] const VekSizeT p = s.Pos(), n = s.Count(),                            \
+                                            q = s.in.Below(s.m.size() + 1),                        \
+                                            k = s.in.Below(s.m.size() - q + 1);                    \
+            __VA_ARGS__                                                                            \
         }       \
     }
+// An edit under the growth rule: what std::string gives, then the call.
+#define VEK_EDIT(name, maker, expectation, call)                                                   \
+    VEK_ROW(name, R::kGrowth, maker, expectation; return Ok(call);)
+// A query: the call and what std::string gives.
+#define VEK_QUERY(name, maker, call, want)                                                         \
+    VEK_ROW(name, R::kQuery, maker, s.expect = s.m; s.Same(call, want); return true;)
 
 // clang-format off
 const Row kRows[] = {
     // Construction, moves and capacity
-    {"ConstructCStrLen", R::kConstruct, [](Step& s) { const Operand o = s.Slice(); s.expect = o.bytes; s.Reallocates(o.len);
-         return Ok(VekStringConstructCStrLen(&s.y, o.ptr, o.len, s.y_allocator)); }},
-    {"ConstructCStr", R::kConstruct, [](Step& s) { const Operand o = s.CStr(); s.expect = o.bytes; s.Reallocates(o.len);
-         return Ok(VekStringConstructCStr(&s.y, o.ptr, s.y_allocator)); }},
-    {"ConstructRange", R::kConstruct, [](Step& s) { const Operand o = s.Slice(); s.expect = o.bytes; s.Reallocates(o.len);
-         return Ok(VekStringConstructRange(&s.y, o.ptr, o.ptr + o.len, s.y_allocator)); }},
-    {"ConstructCopy", R::kConstruct, [](Step& s) { const VekString* src = s.Slot(); s.expect = Content(*src); s.Reallocates(src->size);
-         return Ok(VekStringConstructCopy(&s.y, src)); }},
-    {"ConstructSubstring", R::kConstruct, [](Step& s) { const Record r = s.Str(); const VekSizeT p = s.Pos(r.bytes.size()), n = s.Count(r.bytes.size());
-         s.expect = Sub(r.bytes, p, n); s.Reallocates(s.expect.value_or("").size());
-         return Ok(VekStringConstructSubstring(&s.y, r.str, p, n, s.y_allocator)); }},
-    {"ConstructMove", R::kConstruct, [](Step& s) { VekString* src = s.Slot(); const VekString was = *src;
-         s.expect = Content(was); s.capacity = was.capacity; s.trace = ""; s.SetModel(src, "");
-         VekStringConstructMove(&s.y, src);
-         s.Check(s.y.buf == was.buf && src->buf == vekStringEmpty_ && src->size == 0 && src->capacity == 0 && src->allocator == was.allocator,
-                 "the source's block moves, leaving it empty with its allocator");
-         return true; }},
-    {"ConstructWithExternalBuffer", R::kConstruct, [](Step& s) { const Operand o = s.Slice(); const VekSizeT length = s.in.Below(o.len + 3);
-         char* block = length == 0 ? nullptr : s.Block(length);
-         if (block != nullptr) std::memcpy(block, o.ptr, std::min(o.len, length));
-         s.expect = length < 2 ? "" : o.bytes.substr(0, length - 1); s.capacity = length < 2 ? 0 : length - 1; s.trace = length == 1 ? "-1" : "";
-         VekStringConstructWithExternalBuffer(&s.y, block, o.len, length, s.y_allocator);
-         return true; }},
-    {"Move", R::kFree, [](Step& s) { VekString* src = s.Slot(); const VekString was = *src;
-         s.expect = Content(was); s.trace = src == s.x ? "" : Blocks(0, s.x->capacity);
-         if (src != s.x) s.SetModel(src, "");
-         s.Check(VekStringMove(s.x, src) == s.x && s.x->buf == was.buf && s.x->capacity == was.capacity && s.x->allocator == was.allocator &&
-                 (src == s.x || (src->buf == vekStringEmpty_ && src->capacity == 0 && src->allocator == was.allocator)), "x takes all of the source");
-         return true; }},
-    {"Swap", R::kFree, [](Step& s) { VekString* y = s.Slot(); const VekString mine = *s.x, theirs = *y;
-         s.expect = Content(theirs); s.SetModel(y, s.m); s.trace = "";
-         s.Check(VekStringSwap(s.x, y) == 1 && s.x->buf == theirs.buf && s.x->capacity == theirs.capacity && y->buf == mine.buf && y->capacity == mine.capacity,
-                 "the records are exchanged");
-         return true; }},
-    {"Reserve", R::kExact, [](Step& s) { const VekSizeT r = s.in.OneIn(16) ? kNpos - s.in.Below(2) : s.in.Below(s.m.size() + 24);
-         s.expect = s.m; s.Reallocates(std::max<VekSizeT>(s.m.size(), r));
-         if (r >= PTRDIFF_MAX) { s.must_fail = true; s.InPlace(); }
-         return VekStringReserve(s.x, r) != 0; }},
-    {"Clear", R::kGrowth, [](Step& s) { s.expect = ""; VekStringClear(s.x); return true; }},
-    {"ReleaseBuffer", R::kExact, [](Step& s) { const std::string text = s.in.Bytes(s.x->capacity == 0 ? 0 : s.x->capacity - s.x->size);
-         s.expect = s.m + text; s.InPlace();
-         std::memcpy(VekStringGetBuffer(s.x), text.data(), text.size());
-         VekStringReleaseBuffer(s.x, text.size());
-         return true; }},
+    VEK_ROW(ConstructCStrLen, R::kConstruct, Slice, s.expect = y.bytes; s.Reallocates(y.len); return Ok(VekStringConstructCStrLen(&s.built, y.ptr, y.len, s.a));),
+    VEK_ROW(ConstructCStr, R::kConstruct, CStr, s.expect = y.bytes; s.Reallocates(y.len); return Ok(VekStringConstructCStr(&s.built, y.ptr, s.a));),
+    VEK_ROW(ConstructRange, R::kConstruct, Slice, s.expect = y.bytes; s.Reallocates(y.len); return Ok(VekStringConstructRange(&s.built, y.ptr, y.ptr + y.len, s.a));),
+    VEK_ROW(ConstructCopy, R::kConstruct, Slot, s.expect = Content(*y); s.Reallocates(y->size); return Ok(VekStringConstructCopy(&s.built, y));),
+    VEK_ROW(ConstructSubstring, R::kConstruct, Str, s.expect = Sub(y.bytes, y.pos, y.count); s.Reallocates(s.expect.value_or("").size());
+            return Ok(VekStringConstructSubstring(&s.built, y.str, y.pos, y.count, s.a));),
+    VEK_ROW(ConstructMove, R::kConstruct, Slot, const VekString was = *y; s.expect = Content(was); s.capacity = was.capacity; s.trace = ""; s.SetModel(y, "");
+            VekStringConstructMove(&s.built, y);
+            s.Check(s.built.buf == was.buf && y->buf == vekStringEmpty_ && y->size == 0 && y->capacity == 0 && y->allocator == was.allocator,
+                    "the source's block moves, leaving it empty with its allocator");
+            return true;),
+    VEK_ROW(ConstructWithExternalBuffer, R::kConstruct, Slice, const VekSizeT length = s.in.Below(y.len + 3); char* block = length == 0 ? nullptr : s.Block(length);
+            if (block != nullptr) std::memcpy(block, y.ptr, std::min(y.len, length));
+            s.expect = length < 2 ? "" : y.bytes.substr(0, length - 1); s.capacity = length < 2 ? 0 : length - 1; s.trace = length == 1 ? "-1" : "";
+            return Ok(VekStringConstructWithExternalBuffer(&s.built, block, y.len, length, s.a));),
+    VEK_ROW(Move, R::kFree, Slot, const VekString was = *y; s.expect = Content(was); s.trace = y == s.x ? "" : Blocks(0, s.x->capacity);
+            if (y != s.x) s.SetModel(y, "");
+            s.Check(VekStringMove(s.x, y) == s.x && s.x->buf == was.buf && s.x->capacity == was.capacity && s.x->allocator == was.allocator &&
+                    (y == s.x || (y->buf == vekStringEmpty_ && y->capacity == 0 && y->allocator == was.allocator)), "x takes all of the source");
+            return true;),
+    VEK_ROW(Swap, R::kFree, Slot, const VekString mine = *s.x, theirs = *y; s.expect = Content(theirs); s.SetModel(y, s.m); s.trace = "";
+            s.Check(VekStringSwap(s.x, y) == 1 && s.x->buf == theirs.buf && s.x->capacity == theirs.capacity && y->buf == mine.buf && y->capacity == mine.capacity,
+                    "the records are exchanged");
+            return true;),
+    VEK_ROW(Reserve, R::kExact, Byte, const VekSizeT r = s.in.OneIn(16) ? kNpos - s.in.Below(2) : s.in.Below(s.m.size() + 24);
+            s.expect = s.m; s.Reallocates(std::max<VekSizeT>(s.m.size(), r));
+            if (r >= PTRDIFF_MAX) { s.must_fail = true; s.InPlace(); }
+            return Ok(VekStringReserve(s.x, r));),
+    VEK_EDIT(Clear, Byte, s.expect = "", (VekStringClear(s.x), s.x)),
+    VEK_ROW(ReleaseBuffer, R::kExact, Byte, const std::string text = s.in.Bytes(s.x->capacity == 0 ? 0 : s.x->capacity - s.x->size);
+            s.expect = s.m + text; s.InPlace(); std::memcpy(VekStringGetBuffer(s.x), text.data(), text.size());
+            VekStringReleaseBuffer(s.x, text.size()); return true;),
     // Assignment
-    {"Assign", R::kGrowth, [](Step& s) { const Record r = s.Str(); s.expect = r.bytes; return Ok(VekStringAssign(s.x, r.str)); }},
-    {"AssignSubstring", R::kGrowth, [](Step& s) { const Record r = s.Str(); const VekSizeT p = s.Pos(r.bytes.size()), n = s.Count(r.bytes.size());
-         s.expect = Sub(r.bytes, p, n); return Ok(VekStringAssignSubstring(s.x, r.str, p, n)); }},
-    {"AssignCStr", R::kGrowth, [](Step& s) { const Operand o = s.CStr(); s.expect = o.bytes; return Ok(VekStringAssignCStr(s.x, o.ptr)); }},
-    {"AssignCStrLen", R::kGrowth, [](Step& s) { const Operand o = s.Slice(); s.expect = o.bytes; return Ok(VekStringAssignCStrLen(s.x, o.ptr, o.len)); }},
-    {"AssignRange", R::kGrowth, [](Step& s) { const Operand o = s.Slice(); s.expect = o.bytes; return Ok(VekStringAssignRange(s.x, o.ptr, o.ptr + o.len)); }},
-    {"AssignChar", R::kGrowth, [](Step& s) { const char c = s.Char(); s.expect = std::string(1, c); return Ok(VekStringAssignChar(s.x, c)); }},
+    VEK_EDIT(Assign, Str, s.expect = y.bytes, VekStringAssign(s.x, y.str)),
+    VEK_EDIT(AssignSubstring, Str, s.expect = Sub(y.bytes, y.pos, y.count), VekStringAssignSubstring(s.x, y.str, y.pos, y.count)),
+    VEK_EDIT(AssignCStr, CStr, s.expect = y.bytes, VekStringAssignCStr(s.x, y.ptr)),
+    VEK_EDIT(AssignCStrLen, Slice, s.expect = y.bytes, VekStringAssignCStrLen(s.x, y.ptr, y.len)),
+    VEK_EDIT(AssignRange, Slice, s.expect = y.bytes, VekStringAssignRange(s.x, y.ptr, y.ptr + y.len)),
+    VEK_EDIT(AssignChar, Byte, s.expect = y.bytes, VekStringAssignChar(s.x, *y.ptr)),
     // Appending and resizing
-    {"Append", R::kGrowth, [](Step& s) { const Record r = s.Str(); s.expect = s.m + r.bytes; return Ok(VekStringAppend(s.x, r.str)); }},
-    {"AppendSubstring", R::kGrowth, [](Step& s) { const Record r = s.Str(); const VekSizeT p = s.Pos(r.bytes.size()), n = s.Count(r.bytes.size());
-         s.Splice(s.m.size(), 0, Sub(r.bytes, p, n)); return Ok(VekStringAppendSubstring(s.x, r.str, p, n)); }},
-    {"AppendCStr", R::kGrowth, [](Step& s) { const Operand o = s.CStr(); s.expect = s.m + o.bytes; return Ok(VekStringAppendCStr(s.x, o.ptr)); }},
-    {"AppendCStrLen", R::kGrowth, [](Step& s) { const Operand o = s.Slice(); s.expect = s.m + o.bytes;
-         return Ok(s.Twin() ? VekStringAppendCStrLenInline(s.x, o.ptr, o.len) : (VekStringAppendCStrLen)(s.x, o.ptr, o.len)); }},
-    {"AppendRange", R::kGrowth, [](Step& s) { const Operand o = s.Slice(); s.expect = s.m + o.bytes; return Ok(VekStringAppendRange(s.x, o.ptr, o.ptr + o.len)); }},
-    {"AppendChar", R::kGrowth, [](Step& s) { const char c = s.Char(); s.expect = s.m + c;
-         return Ok(s.Twin() ? VekStringAppendCharInline(s.x, c) : (VekStringAppendChar)(s.x, c)); }},
-    {"AppendN", R::kGrowth, [](Step& s) { const VekSizeT n = s.in.Below(40); const char c = s.Char(); s.expect = s.m + std::string(n, c);
-         return Ok(VekStringAppendN(s.x, n, c)); }},
-    {"Resize", R::kGrowth, [](Step& s) { const VekSizeT n = s.in.Below(s.m.size() + 24); const char c = s.Char();
-         s.expect = s.m; s.expect->resize(n, c);
-         return VekStringResize(s.x, n, n > s.m.size() || s.Twin() ? &c : nullptr) != 0; }},
+    VEK_EDIT(Append, Str, s.expect = s.m + y.bytes, VekStringAppend(s.x, y.str)),
+    VEK_EDIT(AppendSubstring, Str, s.Splice(s.m.size(), 0, Sub(y.bytes, y.pos, y.count)), VekStringAppendSubstring(s.x, y.str, y.pos, y.count)),
+    VEK_EDIT(AppendCStr, CStr, s.expect = s.m + y.bytes, VekStringAppendCStr(s.x, y.ptr)),
+    VEK_EDIT(AppendCStrLen, Slice, s.expect = s.m + y.bytes,
+             s.Twin() ? VekStringAppendCStrLenInline(s.x, y.ptr, y.len) : (VekStringAppendCStrLen)(s.x, y.ptr, y.len)),
+    VEK_EDIT(AppendRange, Slice, s.expect = s.m + y.bytes, VekStringAppendRange(s.x, y.ptr, y.ptr + y.len)),
+    VEK_EDIT(AppendChar, Byte, s.expect = s.m + y.bytes, s.Twin() ? VekStringAppendCharInline(s.x, *y.ptr) : (VekStringAppendChar)(s.x, *y.ptr)),
+    VEK_EDIT(AppendN, Byte, const VekSizeT count = s.in.Below(40); s.expect = s.m + std::string(count, *y.ptr), VekStringAppendN(s.x, count, *y.ptr)),
+    VEK_EDIT(Resize, Byte, const VekSizeT size = s.in.Below(s.m.size() + 24); s.expect = s.m; s.expect->resize(size, *y.ptr),
+             VekStringResize(s.x, size, size > s.m.size() || s.Twin() ? y.ptr : nullptr)),
     // Replacement and insertion
-    {"ReplaceSubstring", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(), n = s.Count(); const Record r = s.Str();
-         const VekSizeT p2 = s.Pos(r.bytes.size()), n2 = s.Count(r.bytes.size());
-         s.Splice(p, n, Sub(r.bytes, p2, n2)); return Ok(VekStringReplaceSubstring(s.x, p, n, r.str, p2, n2)); }},
-    {"ReplaceString", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(), n = s.Count(); const Record r = s.Str();
-         s.Splice(p, n, r.bytes); return Ok(VekStringReplaceString(s.x, p, n, r.str)); }},
-    {"ReplaceChar", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(), n = s.Count(); const char c = s.Char();
-         s.Splice(p, n, std::string(1, c)); return Ok(VekStringReplaceChar(s.x, p, n, c)); }},
-    {"ReplaceCStr", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(), n = s.Count(); const Operand o = s.CStr();
-         s.Splice(p, n, o.bytes); return Ok(VekStringReplaceCStr(s.x, p, n, o.ptr)); }},
-    {"ReplaceCStrLen", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(), n = s.Count(); const Operand o = s.Slice();
-         s.Splice(p, n, o.bytes); return Ok(VekStringReplaceCStrLen(s.x, p, n, o.ptr, o.len)); }},
-    {"ReplaceRange", R::kGrowth, [](Step& s) { const VekSizeT p = s.in.Below(s.m.size() + 1), n = s.in.Below(s.m.size() - p + 1); const Operand o = s.Slice();
-         s.Splice(p, n, o.bytes); return Ok(VekStringReplaceRange(s.x, s.x->buf + p, s.x->buf + p + n, o.ptr, o.ptr + o.len)); }},
-    {"Insert", R::kGrowth, [](Step& s) { const VekSizeT p = s.in.Below(s.m.size() + 1); const Operand o = s.Slice(); const char* c = o.len != 0 ? o.ptr : s.Keep(std::string(1, s.Char()));
-         s.Splice(p, 0, std::string(1, *c));
-         const VekStringIterator it = VekStringInsert(s.x, s.x->buf + p, c);
-         s.Check(it == nullptr || it == s.x->buf + p, "the iterator must address the inserted byte");
-         return Ok(it); }},
-    {"InsertRange", R::kGrowth, [](Step& s) { const VekSizeT p = s.in.Below(s.m.size() + 1); const Operand o = s.Slice();
-         s.Splice(p, 0, o.bytes); return VekStringInsertRange(s.x, s.x->buf + p, o.ptr, o.ptr + o.len) != 0; }},
-    {"InsertSubstring", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(); const Record r = s.Str(); const VekSizeT p2 = s.Pos(r.bytes.size()), n2 = s.Count(r.bytes.size());
-         s.Splice(p, 0, Sub(r.bytes, p2, n2)); return Ok(VekStringInsertSubstring(s.x, p, r.str, p2, n2)); }},
-    {"InsertString", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(); const Record r = s.Str(); s.Splice(p, 0, r.bytes); return Ok(VekStringInsertString(s.x, p, r.str)); }},
-    {"InsertCStr", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(); const Operand o = s.CStr(); s.Splice(p, 0, o.bytes); return Ok(VekStringInsertCStr(s.x, p, o.ptr)); }},
-    {"InsertCStrLen", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(); const Operand o = s.Slice(); s.Splice(p, 0, o.bytes); return Ok(VekStringInsertCStrLen(s.x, p, o.ptr, o.len)); }},
-    {"InsertChar", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(); const char c = s.Char(); s.Splice(p, 0, std::string(1, c)); return Ok(VekStringInsertChar(s.x, p, c)); }},
+    VEK_EDIT(ReplaceSubstring, Str, s.Splice(p, n, Sub(y.bytes, y.pos, y.count)), VekStringReplaceSubstring(s.x, p, n, y.str, y.pos, y.count)),
+    VEK_EDIT(ReplaceString, Str, s.Splice(p, n, y.bytes), VekStringReplaceString(s.x, p, n, y.str)),
+    VEK_EDIT(ReplaceChar, Byte, s.Splice(p, n, y.bytes), VekStringReplaceChar(s.x, p, n, *y.ptr)),
+    VEK_EDIT(ReplaceCStr, CStr, s.Splice(p, n, y.bytes), VekStringReplaceCStr(s.x, p, n, y.ptr)),
+    VEK_EDIT(ReplaceCStrLen, Slice, s.Splice(p, n, y.bytes), VekStringReplaceCStrLen(s.x, p, n, y.ptr, y.len)),
+    VEK_EDIT(ReplaceRange, Slice, s.Splice(q, k, y.bytes), VekStringReplaceRange(s.x, s.x->buf + q, s.x->buf + q + k, y.ptr, y.ptr + y.len)),
+    VEK_ROW(Insert, R::kGrowth, Slice, const char* c = y.len != 0 ? y.ptr : s.Keep(std::string(1, s.Char())); s.Splice(q, 0, std::string(1, *c));
+            return Iterates(s, VekStringInsert(s.x, s.x->buf + q, c), q);),
+    VEK_EDIT(InsertRange, Slice, s.Splice(q, 0, y.bytes), VekStringInsertRange(s.x, s.x->buf + q, y.ptr, y.ptr + y.len)),
+    VEK_EDIT(InsertSubstring, Str, s.Splice(p, 0, Sub(y.bytes, y.pos, y.count)), VekStringInsertSubstring(s.x, p, y.str, y.pos, y.count)),
+    VEK_EDIT(InsertString, Str, s.Splice(p, 0, y.bytes), VekStringInsertString(s.x, p, y.str)),
+    VEK_EDIT(InsertCStr, CStr, s.Splice(p, 0, y.bytes), VekStringInsertCStr(s.x, p, y.ptr)),
+    VEK_EDIT(InsertCStrLen, Slice, s.Splice(p, 0, y.bytes), VekStringInsertCStrLen(s.x, p, y.ptr, y.len)),
+    VEK_EDIT(InsertChar, Byte, s.Splice(p, 0, y.bytes), VekStringInsertChar(s.x, p, *y.ptr)),
     // Erasure
-    {"Erase", R::kGrowth, [](Step& s) { s.expect = s.m; if (s.m.empty()) return true;
-         const VekSizeT p = s.in.Below(s.m.size()); s.Splice(p, 1, "");
-         const VekStringIterator it = VekStringErase(s.x, s.x->buf + p);
-         s.Check(it == nullptr || it == s.x->buf + p, "the iterator must address the byte behind the erased one");
-         return Ok(it); }},
-    {"EraseSubstring", R::kGrowth, [](Step& s) { const VekSizeT p = s.Pos(), n = s.Count(); s.Splice(p, n, ""); return Ok(VekStringEraseSubstring(s.x, p, n)); }},
-    {"EraseRange", R::kGrowth, [](Step& s) { const VekSizeT p = s.in.Below(s.m.size() + 1), n = s.in.Below(s.m.size() - p + 1); s.Splice(p, n, "");
-         const VekStringIterator it = VekStringEraseRange(s.x, s.x->buf + p, s.x->buf + p + n);
-         s.Check(it == nullptr || it == s.x->buf + p, "the iterator must address the first byte behind the range");
-         return Ok(it); }},
+    VEK_ROW(Erase, R::kGrowth, Byte, s.expect = s.m; if (s.m.empty()) return true;
+            const VekSizeT at = s.in.Below(s.m.size()); s.Splice(at, 1, ""); return Iterates(s, VekStringErase(s.x, s.x->buf + at), at);),
+    VEK_EDIT(EraseSubstring, Byte, s.Splice(p, n, ""), VekStringEraseSubstring(s.x, p, n)),
+    VEK_ROW(EraseRange, R::kGrowth, Byte, s.Splice(q, k, ""); return Iterates(s, VekStringEraseRange(s.x, s.x->buf + q, s.x->buf + q + k), q);),
     // Formatted construction and editing, each with its va_list twin
     {"ConstructFormatted", R::kConstruct, [](Step& s) { return Formatted(s, kConstruct); }},
     {"AssignFormatted", R::kExact, [](Step& s) { return Formatted(s, kAssign); }},
@@ -443,10 +424,9 @@ const Row kRows[] = {
     VEK_QUERY(RFindCStrLen, Slice, VekStringRFindCStrLen(s.x, y.ptr, y.len), s.m.rfind(y.bytes)),
     VEK_QUERY(RFindCStr, CStr, VekStringRFindCStr(s.x, y.ptr), s.m.rfind(y.bytes)),
     VEK_QUERY(RFind, Str, VekStringRFind(s.x, y.str), s.m.rfind(y.bytes)),
-    {"FindAndReplace", R::kExact, [](Step& s) { const Record find = s.Str(), with = s.Str();
-         ReplaceAll(s, find.bytes, with.bytes);
-         if (s.expect->size() > 4096) { s.expect = s.m; s.InPlace(); return true; } // too long to build
-         return Ok(VekStringFindAndReplace(s.x, find.str, with.str)); }},
+    VEK_ROW(FindAndReplace, R::kExact, Str, const Record with = s.Str(); ReplaceAll(s, y.bytes, with.bytes);
+            if (s.expect->size() > 4096) { s.expect = s.m; s.InPlace(); return true; } // too long to build
+            return Ok(VekStringFindAndReplace(s.x, y.str, with.str));),
 };
 // clang-format on
 

@@ -19,14 +19,6 @@
 
 namespace vektest {
 
-// One allocator callback as the string module made it.
-struct AllocatorEvent {
-    enum Kind { kAllocate, kDeallocate };
-    Kind kind;
-    const void* block; // nullptr for a refused allocate
-    VekSizeT size;
-};
-
 // RecordingAllocator is a VekAllocator that logs every callback, checks each
 // release against the block's allocation (double releases, foreign blocks,
 // byte-count mismatches) and can refuse allocations on demand. Blocks come
@@ -54,11 +46,11 @@ public:
     // refusing, for a test to give away (an external buffer to adopt).
     void* Block(VekSizeT size);
 
-    const std::vector<AllocatorEvent>& events() const { return events_; }
-    void ClearEvents() { events_.clear(); }
-    // Trace renders the log compactly: "+17" an allocate of 17 bytes, "+17!"
-    // a refused one, "-9" a release of 9 bytes; "" when nothing was called.
-    std::string Trace() const;
+    // Trace is the log since ClearEvents: "+17" an allocate of 17 bytes,
+    // "+17!" a refused one, "-9" a release of 9 bytes; "" when nothing was
+    // called.
+    void ClearEvents() { trace_.clear(); }
+    const std::string& Trace() const { return trace_; }
 
     std::size_t outstanding() const { return live_.size(); }
     // IsClean holds when every block came back once with its own byte count.
@@ -69,7 +61,9 @@ private:
     static void Deallocate(VekAllocator* a, VekVoidPtr p, VekSizeT size);
 
     VekAllocator record_;
-    std::vector<AllocatorEvent> events_;
+    void Log(char kind, VekSizeT size, const char* suffix);
+
+    std::string trace_;
     std::map<const void*, VekSizeT> live_;
     std::vector<std::string> problems_;
     std::size_t calls_ = 0;     // allocate calls since the last RefuseNth
@@ -137,9 +131,7 @@ std::ostream& operator<<(std::ostream& out, const Snapshot& s);
 // content and capacity it leaves, and the allocator calls it makes. The start
 // is written "" (empty on the shared byte), "abc" (owned, capacity 3),
 // "abc/8" (owned, capacity 8) or "view:abc" (a read-only view). An expected
-// content of nullopt means the call must fail and change nothing at all;
-// with fails set, the call must fail and leave the content and capacity given
-// (for failures documented to change the string).
+// content of nullopt means the call must fail and change nothing at all.
 struct Fact {
     const char* name;
     const char* start;
@@ -149,23 +141,9 @@ struct Fact {
     const char* trace;
     VekSizeT max_size = static_cast<VekSizeT>(PTRDIFF_MAX);
     bool refuse = false; // every allocation refused
-    bool fails = false;
 };
 
-void CheckFact(const Fact& fact);
-
-template <typename Facts> void CheckFacts(const Facts& facts)
-{
-    for (const Fact& fact : facts) {
-        SCOPED_TRACE(fact.name);
-        CheckFact(fact);
-    }
-}
-
-inline void CheckFacts(std::initializer_list<Fact> facts)
-{
-    CheckFacts<std::initializer_list<Fact>>(facts);
-}
+void CheckFacts(std::initializer_list<Fact> facts);
 
 // ReadCorpus returns every input of the fuzzer's committed corpus
 // fuzz/corpus/NAME, so that the tests replay them.
