@@ -70,6 +70,8 @@ INSTANTIATE_TEST_SUITE_P(Table, CheckedBuild, testing::Values(
               "VekStringConstructRange: range end before its start"},
     Violation{"AppendFromTheSpareCapacity", [](VekString* s, VekString*) { VekStringAppendCStrLen(s, s->buf + 12, 2); },
               "VekStringAppendCStrLen: operand reaches into the spare capacity behind the content"},
+    Violation{"AppendFromTheTerminatorSlot", [](VekString* s, VekString*) { VekStringAppendCStrLen(s, s->buf + 16, 1); },
+              "VekStringAppendCStrLen: operand reaches into the spare capacity behind the content"},
     Violation{"AssignCStrFromTheSpareCapacity", [](VekString* s, VekString*) { s->buf[12] = '\0'; VekStringAssignCStr(s, s->buf + 11); },
               "VekStringAssignCStr: operand reaches into the spare capacity behind the content"},
     Violation{"ReplaceByBytesAcrossTheEnd", [](VekString* s, VekString*) { VekStringReplaceCStrLen(s, 0, 1, s->buf + 8, 4); },
