@@ -230,12 +230,19 @@ void Step::Grows(VekSizeT size)
         Reallocates(std::max(size, 2 * x->capacity));
 }
 
-// A formatted edit formats straight into an owned block when the span ends
+// A formatted construction allocates exactly the output. A formatted edit
+// formats straight into an owned block when the span ends
 // the content; otherwise the first formatter call only measures, and only an
 // empty output is placed without a new block. A direct write that fails has
 // already overwritten the span.
 void Step::Formatted(VekSizeT pos, VekSizeT n, const std::optional<std::string>& out)
 {
+    if (constructs_) { // exactly the output, or nothing for an empty one
+        expect = out.value_or("");
+        must_fail = !out;
+        Reallocates(expect->size());
+        return;
+    }
     if (pos > m.size()) {
         expect.reset();
         return;

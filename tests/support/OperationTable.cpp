@@ -36,37 +36,17 @@ VekString* ViaVaList(Verb verb, VekString* x, VekAllocator* a, VekSizeT pos, Vek
     return r;
 }
 
-bool Formatted(Step& s, Verb verb)
+// Formatted is a format drawn for an edit, with the oracle's output.
+struct Formatted {
+    Format f;
+    std::optional<std::string> out;
+};
+
+Formatted DrawFormatted(Choices& in)
 {
-    const Format f = DrawFormat(s.in);
-    const std::optional<std::string> out = Oracle(f);
-    const VekSizeT pos = verb == kAppend ? s.m.size() : verb >= kInsert ? s.Pos() : 0;
-    const VekSizeT n = verb == kAssign ? s.m.size() : verb == kReplace ? s.Count() : 0;
-    if (verb != kConstruct) {
-        s.Formatted(pos, n, out);
-    } else if (out) {
-        s.expect = *out;
-        s.Reallocates(out->size());
-    } else {
-        s.expect = "";
-        s.must_fail = true;
-        s.trace = "";
-    }
-    VekString* const x = verb == kConstruct ? &s.built : s.x;
-    if (s.Twin())
-        return Ok(ViaVaList(verb, x, s.a, pos, n, VEK_FORMAT_ARGS(f)));
-    switch (verb) {
-    case kConstruct:
-        return Ok(VekStringConstructFormatted(x, s.a, VEK_FORMAT_ARGS(f)));
-    case kAssign:
-        return Ok(VekStringAssignFormatted(x, VEK_FORMAT_ARGS(f)));
-    case kAppend:
-        return Ok(VekStringAppendFormatted(x, VEK_FORMAT_ARGS(f)));
-    case kInsert:
-        return Ok(VekStringInsertFormatted(x, pos, VEK_FORMAT_ARGS(f)));
-    default:
-        return Ok(VekStringReplaceFormatted(x, pos, n, VEK_FORMAT_ARGS(f)));
-    }
+    Formatted r{DrawFormat(in), std::nullopt};
+    r.out = Oracle(r.f);
+    return r;
 }
 
 // ---------------------------------------------------------- Unicode and CF
@@ -84,9 +64,9 @@ std::u32string CodePoints(Choices& in)
     return out;
 }
 
-// Utf16 gives the units of cps; a surrogate code point becomes a lone unit
-// (two of them may pair up) and a value beyond U+10FFFF a lone low surrogate.
-std::vector<VekUint16> Utf16(const std::u32string& cps)
+// Units16 gives the UTF-16 units of cps; a surrogate code point becomes a
+// lone unit (two may pair up), a value beyond U+10FFFF a lone low surrogate.
+std::vector<VekUint16> Units16(const std::u32string& cps)
 {
     std::vector<VekUint16> out;
     for (const char32_t c : cps) {
@@ -132,47 +112,56 @@ std::optional<std::string> Utf8(const std::u32string& cps)
     return out;
 }
 
-// Encoded runs a UCS-4 or UTF-16 conversion into x (or y): it converts into
-// the room there is and grows exactly when the text does not fit.
-bool Encoded(Step& s, Verb verb, bool utf16)
+// Text is the input of a conversion, zero-terminated and padded to whole
+// blocks of 16 units (which the codec may read), and its UTF-8 form: nullopt
+// when the codec must refuse it.
+template <class Unit> struct Text {
+    std::vector<Unit> units;
+    std::optional<std::string> utf8;
+};
+
+Text<VekWideChar> Ucs4(Choices& in)
 {
-    const std::u32string cps = CodePoints(s.in);
-    // Zero-terminated and padded to whole blocks of 16 units, which the codec
-    // may read.
-    std::vector<VekWideChar> ucs4(cps.begin(), cps.end());
-    std::vector<VekUint16> units = Utf16(cps);
-    ucs4.resize(ucs4.size() / 16 * 16 + 16);
+    const std::u32string cps = CodePoints(in);
+    Text<VekWideChar> t{{cps.begin(), cps.end()}, Utf8(cps)};
+    t.units.resize(t.units.size() / 16 * 16 + 16);
+    return t;
+}
+
+Text<VekUint16> Utf16(Choices& in)
+{
+    Text<VekUint16> t{Units16(CodePoints(in)), std::nullopt};
     bool whole = true;
-    const std::optional<std::string> text = utf16 ? Utf8(Decode16(units, &whole)) : Utf8(cps);
-    units.resize(units.size() / 16 * 16 + 16);
+    const std::u32string cps = Decode16(t.units, &whole);
+    if (whole)
+        t.utf8 = Utf8(cps);
+    t.units.resize(t.units.size() / 16 * 16 + 16);
+    return t;
+}
+
+// Encoded states what converting text into x (or the string built) does:
+// the text goes into the room there is, and only text that does not fit
+// makes the string grow, exactly, through VekStringReserve (which keeps a
+// view's bytes).
+void Encoded(Step& s, const std::optional<std::string>& text, Verb verb)
+{
     const bool appends = verb == kAppend;
-    if (!text || !whole) {
+    const VekSizeT size = verb == kConstruct ? 0 : s.m.size();
+    const VekSizeT capacity = verb == kConstruct ? 0 : s.x->capacity;
+    s.expect = appends ? s.m : "";
+    if (!text) {
         s.must_fail = true;
         s.trace = "";
-        s.expect = appends ? s.m : "";
-    } else if (appends) {
-        s.expect = s.m + *text;
-        const VekSizeT room = s.x->capacity == 0 ? 0 : s.x->capacity - s.m.size();
-        text->size() <= room ? s.InPlace() : s.Reallocates(s.expect->size());
-    } else {
-        s.expect = *text;
+        return;
+    }
+    *s.expect += *text;
+    if (!appends)
         s.keeps_head = 0; // a refused growth leaves part of the text over the content
-        // Growth goes through VekStringReserve, which keeps a view's bytes.
-        text->size() <= (verb == kConstruct ? 0 : s.x->capacity)
-            ? s.InPlace()
-            : s.Reallocates(std::max<VekSizeT>(text->size(), verb == kConstruct ? 0 : s.m.size()));
-    }
-    const VekWideChar* w = ucs4.data();
-    const VekUint16* u = units.data();
-    switch (verb) {
-    case kConstruct:
-        return Ok(utf16 ? VekStringConstructUtf16(&s.built, u, s.a)
-                        : VekStringConstructUcs4(&s.built, w, s.a));
-    case kAssign:
-        return Ok(utf16 ? VekStringAssignUtf16(s.x, u) : VekStringAssignUcs4(s.x, w));
-    default:
-        return Ok(utf16 ? VekStringAppendUtf16(s.x, u) : VekStringAppendUcs4(s.x, w));
-    }
+    const VekSizeT room = appends && capacity != 0 ? capacity - size : capacity;
+    if (text->size() <= room)
+        s.InPlace();
+    else
+        s.Reallocates(std::max<VekSizeT>(s.expect->size(), size));
 }
 
 // FromCFString assigns a CoreFoundation string, made from ASCII bytes or from
@@ -182,7 +171,7 @@ bool Encoded(Step& s, Verb verb, bool utf16)
 // string must convert or the assignment fails, leaving x empty.
 bool FromCFString(Step& s)
 {
-    std::vector<VekUint16> units = Utf16(CodePoints(s.in));
+    const std::vector<VekUint16> units = Units16(CodePoints(s.in));
     std::string ascii = s.in.Bytes(24);
     for (char& c : ascii)
         c = static_cast<char>(c & 0x7F);
@@ -280,151 +269,154 @@ bool Iterates(Step& s, VekStringIterator it, VekSizeT at)
     return it != nullptr;
 }
 
-// A row's body sees the operand y its maker drew; p and n, a position into x
-// (sometimes beyond its end) and a count (sometimes VekStringNpos); and q and
-// k, a span within x's content for the iterator forms.
-#define VEK_ROW(name, rule, maker, ...)                                                            \
-    {                                                                                              \
-#name, rule, [](Step& s) {                                                                 \
-            [[maybe_unused]] const auto y = s.maker();                                             \
-            [[maybe_unused]] const VekSizeT p = s.Pos(), n = s.Count(),                            \
-                                            q = s.in.Below(s.m.size() + 1),                        \
-                                            k = s.in.Below(s.m.size() - q + 1);                    \
-            __VA_ARGS__                                                                            \
-        }       \
-    }
+// A row's body sees the operand y that maker (an expression) drew; p and n,
+// a position into x (sometimes beyond its end) and a count (sometimes
+// VekStringNpos); and q and k, a span within x's content for the iterator
+// forms.
+// clang-format off
+#define VEK_ROW(name, rule, maker, ...)                                                          \
+    {#name, rule, [](Step& s) {                                                                  \
+         [[maybe_unused]] const auto y = maker;                                                  \
+         [[maybe_unused]] const VekSizeT p = s.Pos(), n = s.Count(),                             \
+                                         q = s.in.Below(s.m.size() + 1),                         \
+                                         k = s.in.Below(s.m.size() - q + 1);                     \
+         __VA_ARGS__ }}
 // An edit under the growth rule: what std::string gives, then the call.
-#define VEK_EDIT(name, maker, expectation, call)                                                   \
+#define VEK_EDIT(name, maker, expectation, call)                                                 \
     VEK_ROW(name, R::kGrowth, maker, expectation; return Ok(call);)
 // A query: the call and what std::string gives.
-#define VEK_QUERY(name, maker, call, want)                                                         \
+#define VEK_QUERY(name, maker, call, want)                                                       \
     VEK_ROW(name, R::kQuery, maker, s.expect = s.m; s.Same(call, want); return true;)
 
-// clang-format off
 const Row kRows[] = {
     // Construction, moves and capacity
-    VEK_ROW(ConstructCStrLen, R::kConstruct, Slice, s.expect = y.bytes; s.Reallocates(y.len); return Ok(VekStringConstructCStrLen(&s.built, y.ptr, y.len, s.a));),
-    VEK_ROW(ConstructCStr, R::kConstruct, CStr, s.expect = y.bytes; s.Reallocates(y.len); return Ok(VekStringConstructCStr(&s.built, y.ptr, s.a));),
-    VEK_ROW(ConstructRange, R::kConstruct, Slice, s.expect = y.bytes; s.Reallocates(y.len); return Ok(VekStringConstructRange(&s.built, y.ptr, y.ptr + y.len, s.a));),
-    VEK_ROW(ConstructCopy, R::kConstruct, Slot, s.expect = Content(*y); s.Reallocates(y->size); return Ok(VekStringConstructCopy(&s.built, y));),
-    VEK_ROW(ConstructSubstring, R::kConstruct, Str, s.expect = Sub(y.bytes, y.pos, y.count); s.Reallocates(s.expect.value_or("").size());
+    VEK_ROW(ConstructCStrLen, R::kConstruct, s.Slice(), s.expect = y.bytes; s.Reallocates(y.len); return Ok(VekStringConstructCStrLen(&s.built, y.ptr, y.len, s.a));),
+    VEK_ROW(ConstructCStr, R::kConstruct, s.CStr(), s.expect = y.bytes; s.Reallocates(y.len); return Ok(VekStringConstructCStr(&s.built, y.ptr, s.a));),
+    VEK_ROW(ConstructRange, R::kConstruct, s.Slice(), s.expect = y.bytes; s.Reallocates(y.len); return Ok(VekStringConstructRange(&s.built, y.ptr, y.ptr + y.len, s.a));),
+    VEK_ROW(ConstructCopy, R::kConstruct, s.Slot(), s.expect = Content(*y); s.Reallocates(y->size); return Ok(VekStringConstructCopy(&s.built, y));),
+    VEK_ROW(ConstructSubstring, R::kConstruct, s.Str(), s.expect = Sub(y.bytes, y.pos, y.count); s.Reallocates(s.expect.value_or("").size());
             return Ok(VekStringConstructSubstring(&s.built, y.str, y.pos, y.count, s.a));),
-    VEK_ROW(ConstructMove, R::kConstruct, Slot, const VekString was = *y; s.expect = Content(was); s.capacity = was.capacity; s.trace = ""; s.SetModel(y, "");
+    VEK_ROW(ConstructMove, R::kConstruct, s.Slot(), const VekString was = *y; s.expect = Content(was); s.capacity = was.capacity; s.trace = ""; s.SetModel(y, "");
             VekStringConstructMove(&s.built, y);
             s.Check(s.built.buf == was.buf && y->buf == vekStringEmpty_ && y->size == 0 && y->capacity == 0 && y->allocator == was.allocator,
                     "the source's block moves, leaving it empty with its allocator");
             return true;),
-    VEK_ROW(ConstructWithExternalBuffer, R::kConstruct, Slice, const VekSizeT length = s.in.Below(y.len + 3); char* block = length == 0 ? nullptr : s.Block(length);
+    VEK_ROW(ConstructWithExternalBuffer, R::kConstruct, s.Slice(), const VekSizeT length = s.in.Below(y.len + 3); char* block = length == 0 ? nullptr : s.Block(length);
             if (block != nullptr) std::memcpy(block, y.ptr, std::min(y.len, length));
             s.expect = length < 2 ? "" : y.bytes.substr(0, length - 1); s.capacity = length < 2 ? 0 : length - 1; s.trace = length == 1 ? "-1" : "";
             return Ok(VekStringConstructWithExternalBuffer(&s.built, block, y.len, length, s.a));),
-    VEK_ROW(Move, R::kFree, Slot, const VekString was = *y; s.expect = Content(was); s.trace = y == s.x ? "" : Blocks(0, s.x->capacity);
+    VEK_ROW(Move, R::kFree, s.Slot(), const VekString was = *y; s.expect = Content(was); s.trace = y == s.x ? "" : Blocks(0, s.x->capacity);
             if (y != s.x) s.SetModel(y, "");
             s.Check(VekStringMove(s.x, y) == s.x && s.x->buf == was.buf && s.x->capacity == was.capacity && s.x->allocator == was.allocator &&
                     (y == s.x || (y->buf == vekStringEmpty_ && y->capacity == 0 && y->allocator == was.allocator)), "x takes all of the source");
             return true;),
-    VEK_ROW(Swap, R::kFree, Slot, const VekString mine = *s.x, theirs = *y; s.expect = Content(theirs); s.SetModel(y, s.m); s.trace = "";
+    VEK_ROW(Swap, R::kFree, s.Slot(), const VekString mine = *s.x, theirs = *y; s.expect = Content(theirs); s.SetModel(y, s.m); s.trace = "";
             s.Check(VekStringSwap(s.x, y) == 1 && s.x->buf == theirs.buf && s.x->capacity == theirs.capacity && y->buf == mine.buf && y->capacity == mine.capacity,
                     "the records are exchanged");
             return true;),
-    VEK_ROW(Reserve, R::kExact, Byte, const VekSizeT r = s.in.OneIn(16) ? kNpos - s.in.Below(2) : s.in.Below(s.m.size() + 24);
+    VEK_ROW(Reserve, R::kExact, s.Byte(), const VekSizeT r = s.in.OneIn(16) ? kNpos - s.in.Below(2) : s.in.Below(s.m.size() + 24);
             s.expect = s.m; s.Reallocates(std::max<VekSizeT>(s.m.size(), r));
             if (r >= PTRDIFF_MAX) { s.must_fail = true; s.InPlace(); }
             return Ok(VekStringReserve(s.x, r));),
-    VEK_EDIT(Clear, Byte, s.expect = "", (VekStringClear(s.x), s.x)),
-    VEK_ROW(ReleaseBuffer, R::kExact, Byte, const std::string text = s.in.Bytes(s.x->capacity == 0 ? 0 : s.x->capacity - s.x->size);
+    VEK_EDIT(Clear, s.Byte(), s.expect = "", (VekStringClear(s.x), s.x)),
+    VEK_ROW(ReleaseBuffer, R::kExact, s.Byte(), const std::string text = s.in.Bytes(s.x->capacity == 0 ? 0 : s.x->capacity - s.x->size);
             s.expect = s.m + text; s.InPlace(); std::memcpy(VekStringGetBuffer(s.x), text.data(), text.size());
             VekStringReleaseBuffer(s.x, text.size()); return true;),
     // Assignment
-    VEK_EDIT(Assign, Str, s.expect = y.bytes, VekStringAssign(s.x, y.str)),
-    VEK_EDIT(AssignSubstring, Str, s.expect = Sub(y.bytes, y.pos, y.count), VekStringAssignSubstring(s.x, y.str, y.pos, y.count)),
-    VEK_EDIT(AssignCStr, CStr, s.expect = y.bytes, VekStringAssignCStr(s.x, y.ptr)),
-    VEK_EDIT(AssignCStrLen, Slice, s.expect = y.bytes, VekStringAssignCStrLen(s.x, y.ptr, y.len)),
-    VEK_EDIT(AssignRange, Slice, s.expect = y.bytes, VekStringAssignRange(s.x, y.ptr, y.ptr + y.len)),
-    VEK_EDIT(AssignChar, Byte, s.expect = y.bytes, VekStringAssignChar(s.x, *y.ptr)),
+    VEK_EDIT(Assign, s.Str(), s.expect = y.bytes, VekStringAssign(s.x, y.str)),
+    VEK_EDIT(AssignSubstring, s.Str(), s.expect = Sub(y.bytes, y.pos, y.count), VekStringAssignSubstring(s.x, y.str, y.pos, y.count)),
+    VEK_EDIT(AssignCStr, s.CStr(), s.expect = y.bytes, VekStringAssignCStr(s.x, y.ptr)),
+    VEK_EDIT(AssignCStrLen, s.Slice(), s.expect = y.bytes, VekStringAssignCStrLen(s.x, y.ptr, y.len)),
+    VEK_EDIT(AssignRange, s.Slice(), s.expect = y.bytes, VekStringAssignRange(s.x, y.ptr, y.ptr + y.len)),
+    VEK_EDIT(AssignChar, s.Byte(), s.expect = y.bytes, VekStringAssignChar(s.x, *y.ptr)),
     // Appending and resizing
-    VEK_EDIT(Append, Str, s.expect = s.m + y.bytes, VekStringAppend(s.x, y.str)),
-    VEK_EDIT(AppendSubstring, Str, s.Splice(s.m.size(), 0, Sub(y.bytes, y.pos, y.count)), VekStringAppendSubstring(s.x, y.str, y.pos, y.count)),
-    VEK_EDIT(AppendCStr, CStr, s.expect = s.m + y.bytes, VekStringAppendCStr(s.x, y.ptr)),
-    VEK_EDIT(AppendCStrLen, Slice, s.expect = s.m + y.bytes,
+    VEK_EDIT(Append, s.Str(), s.expect = s.m + y.bytes, VekStringAppend(s.x, y.str)),
+    VEK_EDIT(AppendSubstring, s.Str(), s.Splice(s.m.size(), 0, Sub(y.bytes, y.pos, y.count)), VekStringAppendSubstring(s.x, y.str, y.pos, y.count)),
+    VEK_EDIT(AppendCStr, s.CStr(), s.expect = s.m + y.bytes, VekStringAppendCStr(s.x, y.ptr)),
+    VEK_EDIT(AppendCStrLen, s.Slice(), s.expect = s.m + y.bytes,
              s.Twin() ? VekStringAppendCStrLenInline(s.x, y.ptr, y.len) : (VekStringAppendCStrLen)(s.x, y.ptr, y.len)),
-    VEK_EDIT(AppendRange, Slice, s.expect = s.m + y.bytes, VekStringAppendRange(s.x, y.ptr, y.ptr + y.len)),
-    VEK_EDIT(AppendChar, Byte, s.expect = s.m + y.bytes, s.Twin() ? VekStringAppendCharInline(s.x, *y.ptr) : (VekStringAppendChar)(s.x, *y.ptr)),
-    VEK_EDIT(AppendN, Byte, const VekSizeT count = s.in.Below(40); s.expect = s.m + std::string(count, *y.ptr), VekStringAppendN(s.x, count, *y.ptr)),
-    VEK_EDIT(Resize, Byte, const VekSizeT size = s.in.Below(s.m.size() + 24); s.expect = s.m; s.expect->resize(size, *y.ptr),
+    VEK_EDIT(AppendRange, s.Slice(), s.expect = s.m + y.bytes, VekStringAppendRange(s.x, y.ptr, y.ptr + y.len)),
+    VEK_EDIT(AppendChar, s.Byte(), s.expect = s.m + y.bytes, s.Twin() ? VekStringAppendCharInline(s.x, *y.ptr) : (VekStringAppendChar)(s.x, *y.ptr)),
+    VEK_EDIT(AppendN, s.Byte(), const VekSizeT count = s.in.Below(40); s.expect = s.m + std::string(count, *y.ptr), VekStringAppendN(s.x, count, *y.ptr)),
+    VEK_EDIT(Resize, s.Byte(), const VekSizeT size = s.in.Below(s.m.size() + 24); s.expect = s.m; s.expect->resize(size, *y.ptr),
              VekStringResize(s.x, size, size > s.m.size() || s.Twin() ? y.ptr : nullptr)),
     // Replacement and insertion
-    VEK_EDIT(ReplaceSubstring, Str, s.Splice(p, n, Sub(y.bytes, y.pos, y.count)), VekStringReplaceSubstring(s.x, p, n, y.str, y.pos, y.count)),
-    VEK_EDIT(ReplaceString, Str, s.Splice(p, n, y.bytes), VekStringReplaceString(s.x, p, n, y.str)),
-    VEK_EDIT(ReplaceChar, Byte, s.Splice(p, n, y.bytes), VekStringReplaceChar(s.x, p, n, *y.ptr)),
-    VEK_EDIT(ReplaceCStr, CStr, s.Splice(p, n, y.bytes), VekStringReplaceCStr(s.x, p, n, y.ptr)),
-    VEK_EDIT(ReplaceCStrLen, Slice, s.Splice(p, n, y.bytes), VekStringReplaceCStrLen(s.x, p, n, y.ptr, y.len)),
-    VEK_EDIT(ReplaceRange, Slice, s.Splice(q, k, y.bytes), VekStringReplaceRange(s.x, s.x->buf + q, s.x->buf + q + k, y.ptr, y.ptr + y.len)),
-    VEK_ROW(Insert, R::kGrowth, Slice, const char* c = y.len != 0 ? y.ptr : s.Keep(std::string(1, s.Char())); s.Splice(q, 0, std::string(1, *c));
+    VEK_EDIT(ReplaceSubstring, s.Str(), s.Splice(p, n, Sub(y.bytes, y.pos, y.count)), VekStringReplaceSubstring(s.x, p, n, y.str, y.pos, y.count)),
+    VEK_EDIT(ReplaceString, s.Str(), s.Splice(p, n, y.bytes), VekStringReplaceString(s.x, p, n, y.str)),
+    VEK_EDIT(ReplaceChar, s.Byte(), s.Splice(p, n, y.bytes), VekStringReplaceChar(s.x, p, n, *y.ptr)),
+    VEK_EDIT(ReplaceCStr, s.CStr(), s.Splice(p, n, y.bytes), VekStringReplaceCStr(s.x, p, n, y.ptr)),
+    VEK_EDIT(ReplaceCStrLen, s.Slice(), s.Splice(p, n, y.bytes), VekStringReplaceCStrLen(s.x, p, n, y.ptr, y.len)),
+    VEK_EDIT(ReplaceRange, s.Slice(), s.Splice(q, k, y.bytes), VekStringReplaceRange(s.x, s.x->buf + q, s.x->buf + q + k, y.ptr, y.ptr + y.len)),
+    VEK_ROW(Insert, R::kGrowth, s.Slice(), const char* c = y.len != 0 ? y.ptr : s.Keep(std::string(1, s.Char())); s.Splice(q, 0, std::string(1, *c));
             return Iterates(s, VekStringInsert(s.x, s.x->buf + q, c), q);),
-    VEK_EDIT(InsertRange, Slice, s.Splice(q, 0, y.bytes), VekStringInsertRange(s.x, s.x->buf + q, y.ptr, y.ptr + y.len)),
-    VEK_EDIT(InsertSubstring, Str, s.Splice(p, 0, Sub(y.bytes, y.pos, y.count)), VekStringInsertSubstring(s.x, p, y.str, y.pos, y.count)),
-    VEK_EDIT(InsertString, Str, s.Splice(p, 0, y.bytes), VekStringInsertString(s.x, p, y.str)),
-    VEK_EDIT(InsertCStr, CStr, s.Splice(p, 0, y.bytes), VekStringInsertCStr(s.x, p, y.ptr)),
-    VEK_EDIT(InsertCStrLen, Slice, s.Splice(p, 0, y.bytes), VekStringInsertCStrLen(s.x, p, y.ptr, y.len)),
-    VEK_EDIT(InsertChar, Byte, s.Splice(p, 0, y.bytes), VekStringInsertChar(s.x, p, *y.ptr)),
+    VEK_EDIT(InsertRange, s.Slice(), s.Splice(q, 0, y.bytes), VekStringInsertRange(s.x, s.x->buf + q, y.ptr, y.ptr + y.len)),
+    VEK_EDIT(InsertSubstring, s.Str(), s.Splice(p, 0, Sub(y.bytes, y.pos, y.count)), VekStringInsertSubstring(s.x, p, y.str, y.pos, y.count)),
+    VEK_EDIT(InsertString, s.Str(), s.Splice(p, 0, y.bytes), VekStringInsertString(s.x, p, y.str)),
+    VEK_EDIT(InsertCStr, s.CStr(), s.Splice(p, 0, y.bytes), VekStringInsertCStr(s.x, p, y.ptr)),
+    VEK_EDIT(InsertCStrLen, s.Slice(), s.Splice(p, 0, y.bytes), VekStringInsertCStrLen(s.x, p, y.ptr, y.len)),
+    VEK_EDIT(InsertChar, s.Byte(), s.Splice(p, 0, y.bytes), VekStringInsertChar(s.x, p, *y.ptr)),
     // Erasure
-    VEK_ROW(Erase, R::kGrowth, Byte, s.expect = s.m; if (s.m.empty()) return true;
+    VEK_ROW(Erase, R::kGrowth, s.Byte(), s.expect = s.m; if (s.m.empty()) return true;
             const VekSizeT at = s.in.Below(s.m.size()); s.Splice(at, 1, ""); return Iterates(s, VekStringErase(s.x, s.x->buf + at), at);),
-    VEK_EDIT(EraseSubstring, Byte, s.Splice(p, n, ""), VekStringEraseSubstring(s.x, p, n)),
-    VEK_ROW(EraseRange, R::kGrowth, Byte, s.Splice(q, k, ""); return Iterates(s, VekStringEraseRange(s.x, s.x->buf + q, s.x->buf + q + k), q);),
+    VEK_EDIT(EraseSubstring, s.Byte(), s.Splice(p, n, ""), VekStringEraseSubstring(s.x, p, n)),
+    VEK_ROW(EraseRange, R::kGrowth, s.Byte(), s.Splice(q, k, ""); return Iterates(s, VekStringEraseRange(s.x, s.x->buf + q, s.x->buf + q + k), q);),
     // Formatted construction and editing, each with its va_list twin
-    {"ConstructFormatted", R::kConstruct, [](Step& s) { return Formatted(s, kConstruct); }},
-    {"AssignFormatted", R::kExact, [](Step& s) { return Formatted(s, kAssign); }},
-    {"AppendFormatted", R::kExact, [](Step& s) { return Formatted(s, kAppend); }},
-    {"InsertFormatted", R::kExact, [](Step& s) { return Formatted(s, kInsert); }},
-    {"ReplaceFormatted", R::kExact, [](Step& s) { return Formatted(s, kReplace); }},
+    VEK_ROW(ConstructFormatted, R::kConstruct, DrawFormatted(s.in), s.Formatted(0, 0, y.out);
+            return Ok(s.Twin() ? VekStringConstructFormatted(&s.built, s.a, VEK_FORMAT_ARGS(y.f)) : ViaVaList(kConstruct, &s.built, s.a, 0, 0, VEK_FORMAT_ARGS(y.f)));),
+    VEK_ROW(AssignFormatted, R::kExact, DrawFormatted(s.in), s.Formatted(0, s.m.size(), y.out);
+            return Ok(s.Twin() ? VekStringAssignFormatted(s.x, VEK_FORMAT_ARGS(y.f)) : ViaVaList(kAssign, s.x, s.a, 0, 0, VEK_FORMAT_ARGS(y.f)));),
+    VEK_ROW(AppendFormatted, R::kExact, DrawFormatted(s.in), s.Formatted(s.m.size(), 0, y.out);
+            return Ok(s.Twin() ? VekStringAppendFormatted(s.x, VEK_FORMAT_ARGS(y.f)) : ViaVaList(kAppend, s.x, s.a, 0, 0, VEK_FORMAT_ARGS(y.f)));),
+    VEK_ROW(InsertFormatted, R::kExact, DrawFormatted(s.in), s.Formatted(p, 0, y.out);
+            return Ok(s.Twin() ? VekStringInsertFormatted(s.x, p, VEK_FORMAT_ARGS(y.f)) : ViaVaList(kInsert, s.x, s.a, p, 0, VEK_FORMAT_ARGS(y.f)));),
+    VEK_ROW(ReplaceFormatted, R::kExact, DrawFormatted(s.in), s.Formatted(p, n, y.out);
+            return Ok(s.Twin() ? VekStringReplaceFormatted(s.x, p, n, VEK_FORMAT_ARGS(y.f)) : ViaVaList(kReplace, s.x, s.a, p, n, VEK_FORMAT_ARGS(y.f)));),
     // Unicode and CoreFoundation conversion
-    {"ConstructUcs4", R::kConstruct, [](Step& s) { return Encoded(s, kConstruct, false); }},
-    {"ConstructUtf16", R::kConstruct, [](Step& s) { return Encoded(s, kConstruct, true); }},
-    {"AssignUcs4", R::kExact, [](Step& s) { return Encoded(s, kAssign, false); }},
-    {"AssignUtf16", R::kExact, [](Step& s) { return Encoded(s, kAssign, true); }},
-    {"AppendUcs4", R::kExact, [](Step& s) { return Encoded(s, kAppend, false); }},
-    {"AppendUtf16", R::kExact, [](Step& s) { return Encoded(s, kAppend, true); }},
+    VEK_ROW(ConstructUcs4, R::kConstruct, Ucs4(s.in), Encoded(s, y.utf8, kConstruct); return Ok(VekStringConstructUcs4(&s.built, y.units.data(), s.a));),
+    VEK_ROW(ConstructUtf16, R::kConstruct, Utf16(s.in), Encoded(s, y.utf8, kConstruct); return Ok(VekStringConstructUtf16(&s.built, y.units.data(), s.a));),
+    VEK_ROW(AssignUcs4, R::kExact, Ucs4(s.in), Encoded(s, y.utf8, kAssign); return Ok(VekStringAssignUcs4(s.x, y.units.data()));),
+    VEK_ROW(AssignUtf16, R::kExact, Utf16(s.in), Encoded(s, y.utf8, kAssign); return Ok(VekStringAssignUtf16(s.x, y.units.data()));),
+    VEK_ROW(AppendUcs4, R::kExact, Ucs4(s.in), Encoded(s, y.utf8, kAppend); return Ok(VekStringAppendUcs4(s.x, y.units.data()));),
+    VEK_ROW(AppendUtf16, R::kExact, Utf16(s.in), Encoded(s, y.utf8, kAppend); return Ok(VekStringAppendUtf16(s.x, y.units.data()));),
     {"AssignFromCFString", R::kExact, FromCFString},
     // Comparison and hashing
-    VEK_QUERY(Equal, Str, VekStringEqual(s.x, y.str), s.m == y.bytes),
-    VEK_QUERY(EqualCStr, CStr, VekStringEqualCStr(s.x, y.ptr), s.m == y.bytes),
-    VEK_QUERY(EqualCStrLen, Slice, VekStringEqualCStrLen(s.x, y.ptr, y.len), s.m == y.bytes),
-    VEK_QUERY(EqualSubstring, Str, VekStringEqualSubstring(s.x, p, n, y.str), Span(s.m, p, n) == y.bytes),
-    VEK_QUERY(EqualSubstringCStr, CStr, VekStringEqualSubstringCStr(s.x, p, n, y.ptr), Span(s.m, p, n) == y.bytes),
-    VEK_QUERY(EqualSubstringCStrLen, Slice, VekStringEqualSubstringCStrLen(s.x, p, n, y.ptr, y.len), Span(s.m, p, n) == y.bytes),
-    VEK_QUERY(Compare, Str, VekStringCompare(s.x, y.str), Compared(VekStringCompare(s.x, y.str), s.m, y.bytes)),
-    VEK_QUERY(CompareCStr, CStr, VekStringCompareCStr(s.x, y.ptr), Compared(VekStringCompareCStr(s.x, y.ptr), s.m, y.bytes)),
-    VEK_QUERY(CompareCStrLen, Slice, VekStringCompareCStrLen(s.x, y.ptr, y.len), Compared(VekStringCompareCStrLen(s.x, y.ptr, y.len), s.m, y.bytes)),
-    VEK_QUERY(Hash, Byte, VekStringHash(s.x), Hash(s.m)),
+    VEK_QUERY(Equal, s.Str(), VekStringEqual(s.x, y.str), s.m == y.bytes),
+    VEK_QUERY(EqualCStr, s.CStr(), VekStringEqualCStr(s.x, y.ptr), s.m == y.bytes),
+    VEK_QUERY(EqualCStrLen, s.Slice(), VekStringEqualCStrLen(s.x, y.ptr, y.len), s.m == y.bytes),
+    VEK_QUERY(EqualSubstring, s.Str(), VekStringEqualSubstring(s.x, p, n, y.str), Span(s.m, p, n) == y.bytes),
+    VEK_QUERY(EqualSubstringCStr, s.CStr(), VekStringEqualSubstringCStr(s.x, p, n, y.ptr), Span(s.m, p, n) == y.bytes),
+    VEK_QUERY(EqualSubstringCStrLen, s.Slice(), VekStringEqualSubstringCStrLen(s.x, p, n, y.ptr, y.len), Span(s.m, p, n) == y.bytes),
+    VEK_QUERY(Compare, s.Str(), VekStringCompare(s.x, y.str), Compared(VekStringCompare(s.x, y.str), s.m, y.bytes)),
+    VEK_QUERY(CompareCStr, s.CStr(), VekStringCompareCStr(s.x, y.ptr), Compared(VekStringCompareCStr(s.x, y.ptr), s.m, y.bytes)),
+    VEK_QUERY(CompareCStrLen, s.Slice(), VekStringCompareCStrLen(s.x, y.ptr, y.len), Compared(VekStringCompareCStrLen(s.x, y.ptr, y.len), s.m, y.bytes)),
+    VEK_QUERY(Hash, s.Byte(), VekStringHash(s.x), Hash(s.m)),
     // Character-set search
-    VEK_QUERY(FindFirstOf, Str, VekStringFindFirstOf(s.x, p, y.str), s.m.find_first_of(y.bytes, p)),
-    VEK_QUERY(FindFirstOfCStrLen, Slice, VekStringFindFirstOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_first_of(y.bytes, p)),
-    VEK_QUERY(FindFirstOfChar, Byte, VekStringFindFirstOfChar(s.x, p, *y.ptr), s.m.find_first_of(y.bytes, p)),
-    VEK_QUERY(FindFirstOfCStr, CStr, VekStringFindFirstOfCStr(s.x, p, y.ptr), s.m.find_first_of(y.bytes, p)),
-    VEK_QUERY(FindFirstNotOf, Str, VekStringFindFirstNotOf(s.x, p, y.str), s.m.find_first_not_of(y.bytes, p)),
-    VEK_QUERY(FindFirstNotOfCStrLen, Slice, VekStringFindFirstNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_first_not_of(y.bytes, p)),
-    VEK_QUERY(FindFirstNotOfChar, Byte, VekStringFindFirstNotOfChar(s.x, p, *y.ptr), s.m.find_first_not_of(y.bytes, p)),
-    VEK_QUERY(FindFirstNotOfCStr, CStr, VekStringFindFirstNotOfCStr(s.x, p, y.ptr), s.m.find_first_not_of(y.bytes, p)),
-    VEK_QUERY(FindLastOfCStrLen, Slice, VekStringFindLastOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_of(y.bytes, p)),
-    VEK_QUERY(FindLastOfChar, Byte, VekStringFindLastOfChar(s.x, p, *y.ptr), s.m.find_last_of(y.bytes, p)),
-    VEK_QUERY(FindLastNotOfCStrLen, Slice, VekStringFindLastNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_not_of(y.bytes, p)),
-    VEK_QUERY(FindLastNotOfChar, Byte, VekStringFindLastNotOfChar(s.x, p, *y.ptr), s.m.find_last_not_of(y.bytes, p)),
+    VEK_QUERY(FindFirstOf, s.Str(), VekStringFindFirstOf(s.x, p, y.str), s.m.find_first_of(y.bytes, p)),
+    VEK_QUERY(FindFirstOfCStrLen, s.Slice(), VekStringFindFirstOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_first_of(y.bytes, p)),
+    VEK_QUERY(FindFirstOfChar, s.Byte(), VekStringFindFirstOfChar(s.x, p, *y.ptr), s.m.find_first_of(y.bytes, p)),
+    VEK_QUERY(FindFirstOfCStr, s.CStr(), VekStringFindFirstOfCStr(s.x, p, y.ptr), s.m.find_first_of(y.bytes, p)),
+    VEK_QUERY(FindFirstNotOf, s.Str(), VekStringFindFirstNotOf(s.x, p, y.str), s.m.find_first_not_of(y.bytes, p)),
+    VEK_QUERY(FindFirstNotOfCStrLen, s.Slice(), VekStringFindFirstNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_first_not_of(y.bytes, p)),
+    VEK_QUERY(FindFirstNotOfChar, s.Byte(), VekStringFindFirstNotOfChar(s.x, p, *y.ptr), s.m.find_first_not_of(y.bytes, p)),
+    VEK_QUERY(FindFirstNotOfCStr, s.CStr(), VekStringFindFirstNotOfCStr(s.x, p, y.ptr), s.m.find_first_not_of(y.bytes, p)),
+    VEK_QUERY(FindLastOfCStrLen, s.Slice(), VekStringFindLastOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_of(y.bytes, p)),
+    VEK_QUERY(FindLastOfChar, s.Byte(), VekStringFindLastOfChar(s.x, p, *y.ptr), s.m.find_last_of(y.bytes, p)),
+    VEK_QUERY(FindLastNotOfCStrLen, s.Slice(), VekStringFindLastNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_not_of(y.bytes, p)),
+    VEK_QUERY(FindLastNotOfChar, s.Byte(), VekStringFindLastNotOfChar(s.x, p, *y.ptr), s.m.find_last_not_of(y.bytes, p)),
     // Substring search and find-and-replace
-    VEK_QUERY(FindFromPosCStrLen, Slice, VekStringFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.find(y.bytes, p)),
-    VEK_QUERY(FindFromPosCStr, CStr, VekStringFindFromPosCStr(s.x, p, y.ptr), s.m.find(y.bytes, p)),
-    VEK_QUERY(FindFromPos, Str, VekStringFindFromPos(s.x, p, y.str), s.m.find(y.bytes, p)),
-    VEK_QUERY(FindCStrLen, Slice, VekStringFindCStrLen(s.x, y.ptr, y.len), s.m.find(y.bytes)),
-    VEK_QUERY(FindCStr, CStr, VekStringFindCStr(s.x, y.ptr), s.m.find(y.bytes)),
-    VEK_QUERY(Find, Str, VekStringFind(s.x, y.str), s.m.find(y.bytes)),
-    VEK_QUERY(RFindFromPosCStrLen, Slice, VekStringRFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.rfind(y.bytes, p)),
-    VEK_QUERY(RFindFromPosCStr, CStr, VekStringRFindFromPosCStr(s.x, p, y.ptr), s.m.rfind(y.bytes, p)),
-    VEK_QUERY(RFindFromPos, Str, VekStringRFindFromPos(s.x, p, y.str), s.m.rfind(y.bytes, p)),
-    VEK_QUERY(RFindCStrLen, Slice, VekStringRFindCStrLen(s.x, y.ptr, y.len), s.m.rfind(y.bytes)),
-    VEK_QUERY(RFindCStr, CStr, VekStringRFindCStr(s.x, y.ptr), s.m.rfind(y.bytes)),
-    VEK_QUERY(RFind, Str, VekStringRFind(s.x, y.str), s.m.rfind(y.bytes)),
-    VEK_ROW(FindAndReplace, R::kExact, Str, const Record with = s.Str(); ReplaceAll(s, y.bytes, with.bytes);
+    VEK_QUERY(FindFromPosCStrLen, s.Slice(), VekStringFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.find(y.bytes, p)),
+    VEK_QUERY(FindFromPosCStr, s.CStr(), VekStringFindFromPosCStr(s.x, p, y.ptr), s.m.find(y.bytes, p)),
+    VEK_QUERY(FindFromPos, s.Str(), VekStringFindFromPos(s.x, p, y.str), s.m.find(y.bytes, p)),
+    VEK_QUERY(FindCStrLen, s.Slice(), VekStringFindCStrLen(s.x, y.ptr, y.len), s.m.find(y.bytes)),
+    VEK_QUERY(FindCStr, s.CStr(), VekStringFindCStr(s.x, y.ptr), s.m.find(y.bytes)),
+    VEK_QUERY(Find, s.Str(), VekStringFind(s.x, y.str), s.m.find(y.bytes)),
+    VEK_QUERY(RFindFromPosCStrLen, s.Slice(), VekStringRFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.rfind(y.bytes, p)),
+    VEK_QUERY(RFindFromPosCStr, s.CStr(), VekStringRFindFromPosCStr(s.x, p, y.ptr), s.m.rfind(y.bytes, p)),
+    VEK_QUERY(RFindFromPos, s.Str(), VekStringRFindFromPos(s.x, p, y.str), s.m.rfind(y.bytes, p)),
+    VEK_QUERY(RFindCStrLen, s.Slice(), VekStringRFindCStrLen(s.x, y.ptr, y.len), s.m.rfind(y.bytes)),
+    VEK_QUERY(RFindCStr, s.CStr(), VekStringRFindCStr(s.x, y.ptr), s.m.rfind(y.bytes)),
+    VEK_QUERY(RFind, s.Str(), VekStringRFind(s.x, y.str), s.m.rfind(y.bytes)),
+    VEK_ROW(FindAndReplace, R::kExact, s.Str(), const Record with = s.Str(); ReplaceAll(s, y.bytes, with.bytes);
             if (s.expect->size() > 4096) { s.expect = s.m; s.InPlace(); return true; } // too long to build
             return Ok(VekStringFindAndReplace(s.x, y.str, with.str));),
 };
