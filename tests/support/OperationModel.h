@@ -13,13 +13,15 @@
 // knows it, its trace; that a refused step left everything as it was; and
 // that every other string still equals its model.
 //
-// Adding a function is adding a row: its name, its rule and a lambda that
-// draws its operands, states what std::string would give and makes the call:
+// Adding a function is adding a row (OperationTable.cpp): its name, the
+// operand maker, what std::string gives, and the call. Most rows are one line:
 //
-//     {"AppendCStr", Rule::kGrowth, [](Step& s) {
-//          const Operand o = s.CStr();
-//          s.expect = s.m + o.bytes;
-//          return Ok(VekStringAppendCStr(s.x, o.ptr)); }},
+//     VEK_EDIT(InsertCStr, s.CStr(), s.Splice(p, 0, y.bytes), VekStringInsertCStr(s.x, p, y.ptr)),
+//     VEK_QUERY(FindCStr, s.CStr(), VekStringFindCStr(s.x, y.ptr), s.m.find(y.bytes)),
+//
+// A function with an inline fast path in the header shares its row with it:
+// the row calls one or the other as s.Twin() says, and the model holds both
+// to the same content, capacity and allocator trace.
 #ifndef VEK_TESTS_OPERATIONMODEL_H
 #define VEK_TESTS_OPERATIONMODEL_H
 
