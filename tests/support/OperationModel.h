@@ -43,10 +43,10 @@ constexpr VekSizeT kNpos = VekStringNpos;
 enum class Rule {
     kGrowth,    // in place when the result fits an owned block, else a block of
                 // max(new size, 2 x capacity); a view may be kept or copied
-    kExact,     // the row states the capacity and trace (Reallocates, InPlace)
+    kExact,     // the row states the trace, and the capacity unless it checks
+                // the storage itself (Reallocates, InPlace, Check)
     kConstruct, // builds s.built, which then replaces x
     kQuery,     // changes nothing and calls nothing; the row checks the result
-    kFree,      // the row checks the storage itself (moves, swaps)
 };
 
 struct Operand {
@@ -57,7 +57,7 @@ struct Operand {
 
 struct Record {
     const VekString* str;
-    std::string bytes;   // copied before the call
+    std::string bytes;           // copied before the call
     VekSizeT pos = 0, count = 0; // a span of it, sometimes beyond its end
 };
 

@@ -305,12 +305,12 @@ const Row kRows[] = {
             if (block != nullptr) std::memcpy(block, y.ptr, std::min(y.len, length));
             s.expect = length < 2 ? "" : y.bytes.substr(0, length - 1); s.capacity = length < 2 ? 0 : length - 1; s.trace = length == 1 ? "-1" : "";
             return Ok(VekStringConstructWithExternalBuffer(&s.built, block, y.len, length, s.a));),
-    VEK_ROW(Move, R::kFree, s.Slot(), const VekString was = *y; s.expect = Content(was); s.trace = y == s.x ? "" : Blocks(0, s.x->capacity);
+    VEK_ROW(Move, R::kExact, s.Slot(), const VekString was = *y; s.expect = Content(was); s.trace = y == s.x ? "" : Blocks(0, s.x->capacity);
             if (y != s.x) s.SetModel(y, "");
             s.Check(VekStringMove(s.x, y) == s.x && s.x->buf == was.buf && s.x->capacity == was.capacity && s.x->allocator == was.allocator &&
                     (y == s.x || (y->buf == vekStringEmpty_ && y->capacity == 0 && y->allocator == was.allocator)), "x takes all of the source");
             return true;),
-    VEK_ROW(Swap, R::kFree, s.Slot(), const VekString mine = *s.x, theirs = *y; s.expect = Content(theirs); s.SetModel(y, s.m); s.trace = "";
+    VEK_ROW(Swap, R::kExact, s.Slot(), const VekString mine = *s.x, theirs = *y; s.expect = Content(theirs); s.SetModel(y, s.m); s.trace = "";
             s.Check(VekStringSwap(s.x, y) == 1 && s.x->buf == theirs.buf && s.x->capacity == theirs.capacity && y->buf == mine.buf && y->capacity == mine.capacity,
                     "the records are exchanged");
             return true;),
