@@ -34,10 +34,12 @@ struct Format {
     std::deque<std::wstring> wide;   // what %ls words point at
 };
 
-// VEK_FORMAT_ARGS(f) is the format and its arguments, for any printf-like call.
-#define VEK_FORMAT_ARGS(f)                                                                         \
-    (f).text.c_str(), (f).words[0], (f).words[1], (f).words[2], (f).words[3], (f).words[4],        \
-        (f).words[5], (f).words[6], (f).words[7]
+// VEK_FORMAT_ARGS(f) is the format and its arguments, for any printf-like
+// call; VEK_FORMAT_WORDS(f) the arguments alone.
+#define VEK_FORMAT_WORDS(f)                                                                        \
+    (f).words[0], (f).words[1], (f).words[2], (f).words[3], (f).words[4], (f).words[5],            \
+        (f).words[6], (f).words[7]
+#define VEK_FORMAT_ARGS(f) (f).text.c_str(), VEK_FORMAT_WORDS(f)
 
 Format DrawFormat(Choices& in);
 

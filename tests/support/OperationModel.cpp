@@ -137,6 +137,12 @@ char* Step::Block(VekSizeT size)
     return static_cast<char*>(model_.alloc.Block(size));
 }
 
+const char* Step::Guarded(const char* p)
+{
+    static const ReadOnlyBytes nothing(""); // starts on a page that cannot be read
+    return expect ? p : nothing.data();
+}
+
 Operand Step::Slice()
 {
     const VekString& from = in.OneIn(2) ? *x : *Slot();

@@ -101,6 +101,9 @@ public:
     Record Str();                        // x, another string, a view, a temporary, the empty string
     const char* Keep(std::string bytes); // outside bytes that live through the step
     char* Block(VekSizeT size);          // a block of x's allocator to hand over
+    // Guarded is p, or an address that cannot be read when the call must fail
+    // at once: a refused position must be refused before the operand is read.
+    const char* Guarded(const char* p);
 
     // Expectation helpers.
     void Splice(VekSizeT pos, VekSizeT n, const std::optional<std::string>& with);

@@ -344,16 +344,16 @@ const Row kRows[] = {
     VEK_EDIT(ReplaceSubstring, s.Str(), s.Splice(p, n, Sub(y.bytes, y.pos, y.count)), VekStringReplaceSubstring(s.x, p, n, y.str, y.pos, y.count)),
     VEK_EDIT(ReplaceString, s.Str(), s.Splice(p, n, y.bytes), VekStringReplaceString(s.x, p, n, y.str)),
     VEK_EDIT(ReplaceChar, s.Byte(), s.Splice(p, n, y.bytes), VekStringReplaceChar(s.x, p, n, *y.ptr)),
-    VEK_EDIT(ReplaceCStr, s.CStr(), s.Splice(p, n, y.bytes), VekStringReplaceCStr(s.x, p, n, y.ptr)),
-    VEK_EDIT(ReplaceCStrLen, s.Slice(), s.Splice(p, n, y.bytes), VekStringReplaceCStrLen(s.x, p, n, y.ptr, y.len)),
+    VEK_EDIT(ReplaceCStr, s.CStr(), s.Splice(p, n, y.bytes), VekStringReplaceCStr(s.x, p, n, s.Guarded(y.ptr))),
+    VEK_EDIT(ReplaceCStrLen, s.Slice(), s.Splice(p, n, y.bytes), VekStringReplaceCStrLen(s.x, p, n, s.Guarded(y.ptr), y.len)),
     VEK_EDIT(ReplaceRange, s.Slice(), s.Splice(q, k, y.bytes), VekStringReplaceRange(s.x, s.x->buf + q, s.x->buf + q + k, y.ptr, y.ptr + y.len)),
     VEK_ROW(Insert, R::kGrowth, s.Slice(), const char* c = y.len != 0 ? y.ptr : s.Keep(std::string(1, s.Char())); s.Splice(q, 0, std::string(1, *c));
             return Iterates(s, VekStringInsert(s.x, s.x->buf + q, c), q);),
     VEK_EDIT(InsertRange, s.Slice(), s.Splice(q, 0, y.bytes), VekStringInsertRange(s.x, s.x->buf + q, y.ptr, y.ptr + y.len)),
     VEK_EDIT(InsertSubstring, s.Str(), s.Splice(p, 0, Sub(y.bytes, y.pos, y.count)), VekStringInsertSubstring(s.x, p, y.str, y.pos, y.count)),
     VEK_EDIT(InsertString, s.Str(), s.Splice(p, 0, y.bytes), VekStringInsertString(s.x, p, y.str)),
-    VEK_EDIT(InsertCStr, s.CStr(), s.Splice(p, 0, y.bytes), VekStringInsertCStr(s.x, p, y.ptr)),
-    VEK_EDIT(InsertCStrLen, s.Slice(), s.Splice(p, 0, y.bytes), VekStringInsertCStrLen(s.x, p, y.ptr, y.len)),
+    VEK_EDIT(InsertCStr, s.CStr(), s.Splice(p, 0, y.bytes), VekStringInsertCStr(s.x, p, s.Guarded(y.ptr))),
+    VEK_EDIT(InsertCStrLen, s.Slice(), s.Splice(p, 0, y.bytes), VekStringInsertCStrLen(s.x, p, s.Guarded(y.ptr), y.len)),
     VEK_EDIT(InsertChar, s.Byte(), s.Splice(p, 0, y.bytes), VekStringInsertChar(s.x, p, *y.ptr)),
     // Erasure
     VEK_ROW(Erase, R::kGrowth, s.Byte(), s.expect = s.m; if (s.m.empty()) return true;
@@ -368,9 +368,11 @@ const Row kRows[] = {
     VEK_ROW(AppendFormatted, R::kExact, DrawFormatted(s.in), s.Formatted(s.m.size(), 0, y.out);
             return Ok(s.Twin() ? VekStringAppendFormatted(s.x, VEK_FORMAT_ARGS(y.f)) : ViaVaList(kAppend, s.x, s.a, 0, 0, VEK_FORMAT_ARGS(y.f)));),
     VEK_ROW(InsertFormatted, R::kExact, DrawFormatted(s.in), s.Formatted(p, 0, y.out);
-            return Ok(s.Twin() ? VekStringInsertFormatted(s.x, p, VEK_FORMAT_ARGS(y.f)) : ViaVaList(kInsert, s.x, s.a, p, 0, VEK_FORMAT_ARGS(y.f)));),
+            const char* fmt = s.Guarded(y.f.text.c_str());
+            return Ok(s.Twin() ? VekStringInsertFormatted(s.x, p, fmt, VEK_FORMAT_WORDS(y.f)) : ViaVaList(kInsert, s.x, s.a, p, 0, fmt, VEK_FORMAT_WORDS(y.f)));),
     VEK_ROW(ReplaceFormatted, R::kExact, DrawFormatted(s.in), s.Formatted(p, n, y.out);
-            return Ok(s.Twin() ? VekStringReplaceFormatted(s.x, p, n, VEK_FORMAT_ARGS(y.f)) : ViaVaList(kReplace, s.x, s.a, p, n, VEK_FORMAT_ARGS(y.f)));),
+            const char* fmt = s.Guarded(y.f.text.c_str());
+            return Ok(s.Twin() ? VekStringReplaceFormatted(s.x, p, n, fmt, VEK_FORMAT_WORDS(y.f)) : ViaVaList(kReplace, s.x, s.a, p, n, fmt, VEK_FORMAT_WORDS(y.f)));),
     // Unicode and CoreFoundation conversion
     VEK_ROW(ConstructUcs4, R::kConstruct, Ucs4(s.in), Encoded(s, y.utf8, kConstruct); return Ok(VekStringConstructUcs4(&s.built, y.units.data(), s.a));),
     VEK_ROW(ConstructUtf16, R::kConstruct, Utf16(s.in), Encoded(s, y.utf8, kConstruct); return Ok(VekStringConstructUtf16(&s.built, y.units.data(), s.a));),
