@@ -34,6 +34,10 @@ TEST(CoreFoundationStandIn, ConvertsWholeCharactersOnly)
 {
     CFStringRef ascii = CFStringCreateWithCString(kCFAllocatorDefault, "abc", kUtf8);
     EXPECT_STREQ(CFStringGetCStringPtr(ascii, kUtf8), "abc");
+    char text[4];
+    EXPECT_FALSE(CFStringGetCString(ascii, text, 3, kUtf8)); // no room for the NUL
+    ASSERT_TRUE(CFStringGetCString(ascii, text, 4, kUtf8));
+    EXPECT_STREQ(text, "abc");
     EXPECT_EQ(CFStringCreateWithCString(kCFAllocatorDefault, "\xC3", kUtf8), nullptr);
     const UniChar units[] = {'a', 0xE9, 0xD800, 'b'};
     CFStringRef cf = CFStringCreateWithCharacters(kCFAllocatorDefault, units, 4);
