@@ -51,91 +51,51 @@ Formatted DrawFormatted(Choices& in)
 
 // ---------------------------------------------------------- Unicode and CF
 
-// CodePoints draws text for the conversions: the edges of every UTF-8 length,
-// now and then a surrogate or a value beyond U+10FFFF, which are refused.
-std::u32string CodePoints(Choices& in)
-{
-    static constexpr char32_t kEdges[] = {0x7F,    0x80,     0x7FF,  0x800,  0xFFFF,
-                                          0x10000, 0x10FFFF, 0xD800, 0xDFFF, 0x110000};
-    std::u32string out;
-    for (std::uint64_t n = in.Below(24); n > 0; --n)
-        out += in.OneIn(3) ? kEdges[in.Below(in.OneIn(8) ? 10 : 7)]
-                           : static_cast<char32_t>(1 + in.Below(in.OneIn(4) ? 0x3000 : 0x7F));
-    return out;
-}
-
-// Units16 gives the UTF-16 units of cps; a surrogate code point becomes a
-// lone unit (two may pair up), a value beyond U+10FFFF a lone low surrogate.
-std::vector<VekUint16> Units16(const std::u32string& cps)
-{
-    std::vector<VekUint16> out;
-    for (const char32_t c : cps) {
-        if (c >= 0x10000 && c <= 0x10FFFF) {
-            out.push_back(static_cast<VekUint16>(0xD800 + ((c - 0x10000) >> 10)));
-            out.push_back(static_cast<VekUint16>(0xDC00 + ((c - 0x10000) & 0x3FF)));
-        } else {
-            out.push_back(c > 0x10FFFF ? 0xDC00 : static_cast<VekUint16>(c));
-        }
-    }
-    return out;
-}
-
-// Decode16 gives the code points of the longest valid prefix of units; whole
-// tells whether that is all of them.
-std::u32string Decode16(const std::vector<VekUint16>& units, bool* whole)
-{
-    std::u32string out;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        char32_t c = units[i];
-        const bool high = c >= 0xD800 && c < 0xDC00;
-        if (high && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000)
-            c = 0x10000 + ((c - 0xD800) << 10) + (units[++i] - 0xDC00);
-        else if (c >= 0xD800 && c < 0xE000)
-            return *whole = false, out;
-        out += c;
-    }
-    return *whole = true, out;
-}
-
-std::optional<std::string> Utf8(const std::u32string& cps)
-{
-    std::string out;
-    for (const char32_t c : cps) {
-        if ((c >= 0xD800 && c < 0xE000) || c > 0x10FFFF)
-            return std::nullopt;
-        const int tail = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
-        static constexpr char32_t kLead[] = {0, 0xC0, 0xE0, 0xF0};
-        out += static_cast<char>(kLead[tail] | (c >> (6 * tail)));
-        for (int i = tail - 1; i >= 0; --i)
-            out += static_cast<char>(0x80 | ((c >> (6 * i)) & 0x3F));
-    }
-    return out;
-}
-
-// Text is the input of a conversion, zero-terminated and padded to whole
-// blocks of 16 units (which the codec may read), and its UTF-8 form: nullopt
-// when the codec must refuse it.
-template <class Unit> struct Text {
-    std::vector<Unit> units;
-    std::optional<std::string> utf8;
+// Text is the input of a conversion in both wide forms, zero-terminated and
+// padded to whole blocks of 16 units (which the codec may read), and what it
+// gives: its UTF-8 form up to the first character the codec refuses
+// (prefix), and whether there is none (whole).
+struct Text {
+    std::vector<VekWideChar> ucs4;
+    std::vector<VekUint16> utf16;
+    std::string prefix;
+    bool whole = true;
+    std::optional<std::string> Utf8() const { return whole ? std::optional(prefix) : std::nullopt; }
 };
 
-Text<VekWideChar> Ucs4(Choices& in)
+// DrawText strings together characters of every UTF-8 length, now and then
+// one the codec refuses (a surrogate alone; in UCS-4 also a value beyond
+// U+10FFFF). The codec's own contract is held to ICU elsewhere; here only the
+// string's side of a conversion matters.
+Text DrawText(Choices& in, bool zero_padded = true)
 {
-    const std::u32string cps = CodePoints(in);
-    Text<VekWideChar> t{{cps.begin(), cps.end()}, Utf8(cps)};
-    t.units.resize(t.units.size() / 16 * 16 + 16);
-    return t;
-}
-
-Text<VekUint16> Utf16(Choices& in)
-{
-    Text<VekUint16> t{Units16(CodePoints(in)), std::nullopt};
-    bool whole = true;
-    const std::u32string cps = Decode16(t.units, &whole);
-    if (whole)
-        t.utf8 = Utf8(cps);
-    t.units.resize(t.units.size() / 16 * 16 + 16);
+    static const struct {
+        VekWideChar ucs4;
+        VekUint16 utf16[2];
+        const char* utf8; // nullptr: refused
+    } kCharacters[] = {{'a', {'a'}, "a"},
+                       {0x7F, {0x7F}, "\x7F"},
+                       {0xE9, {0xE9}, "\xC3\xA9"},
+                       {0x7FF, {0x7FF}, "\xDF\xBF"},
+                       {0x800, {0x800}, "\xE0\xA0\x80"},
+                       {0xFFFF, {0xFFFF}, "\xEF\xBF\xBF"},
+                       {0x1D11E, {0xD834, 0xDD1E}, "\xF0\x9D\x84\x9E"},
+                       {0x10FFFF, {0xDBFF, 0xDFFF}, "\xF4\x8F\xBF\xBF"},
+                       {0xD800, {0xD800, 'x'}, nullptr}, // a high surrogate alone
+                       {0x110000, {0xDC00}, nullptr}};   // a low surrogate alone
+    Text t;
+    for (std::uint64_t n = in.Below(24); n > 0; --n) {
+        const auto& c = kCharacters[in.Below(in.OneIn(8) ? std::size(kCharacters) : 8)];
+        t.ucs4.push_back(c.ucs4);
+        t.utf16.insert(t.utf16.end(), c.utf16, c.utf16 + (c.utf16[1] != 0 ? 2 : 1));
+        t.whole = t.whole && c.utf8 != nullptr;
+        if (t.whole)
+            t.prefix += c.utf8;
+    }
+    if (zero_padded) {
+        t.ucs4.resize(t.ucs4.size() / 16 * 16 + 16);
+        t.utf16.resize(t.utf16.size() / 16 * 16 + 16);
+    }
     return t;
 }
 
@@ -171,34 +131,29 @@ void Encoded(Step& s, const std::optional<std::string>& text, Verb verb)
 // string must convert or the assignment fails, leaving x empty.
 bool FromCFString(Step& s)
 {
-    const std::vector<VekUint16> units = Units16(CodePoints(s.in));
+    const Text t = DrawText(s.in, false);
     std::string ascii = s.in.Bytes(24);
     for (char& c : ascii)
         c = static_cast<char>(c & 0x7F);
     std::erase(ascii, '\0');
     CFStringRef cf = s.Twin()
                          ? CFStringCreateWithCString(nullptr, ascii.c_str(), kCFStringEncodingUTF8)
-                         : CFStringCreateWithCharacters(nullptr, units.data(),
-                                                        static_cast<CFIndex>(units.size()));
-    bool whole = true;
-    const std::string prefix = *Utf8(Decode16(units, &whole));
+                         : CFStringCreateWithCharacters(nullptr, t.utf16.data(),
+                                                        static_cast<CFIndex>(t.utf16.size()));
     if (const char* direct = CFStringGetCStringPtr(cf, kCFStringEncodingUTF8)) {
         s.expect = direct;
         s.Grows(s.expect->size());
-    } else if (prefix.empty()) {
+    } else if (t.prefix.empty()) {
         s.must_fail = true;
         s.expect = s.m;
         s.trace = "";
     } else {
-        s.expect = prefix;
-        if (prefix.size() > s.x->capacity) // through VekStringReserve, which keeps the content
-            s.Reallocates(std::max<VekSizeT>(prefix.size(), s.m.size()));
+        s.expect = t.whole ? t.prefix : "";
+        s.must_fail = !t.whole;
+        if (t.prefix.size() > s.x->capacity) // through VekStringReserve, which keeps the content
+            s.Reallocates(std::max<VekSizeT>(t.prefix.size(), s.m.size()));
         else
             s.InPlace();
-        if (!whole) {
-            s.must_fail = true;
-            s.expect = "";
-        }
     }
     const bool ok = Ok(VekStringAssignFromCFString(s.x, cf));
     CFRelease(cf);
@@ -374,12 +329,12 @@ const Row kRows[] = {
             const char* fmt = s.Guarded(y.f.text.c_str());
             return Ok(s.Twin() ? VekStringReplaceFormatted(s.x, p, n, fmt, VEK_FORMAT_WORDS(y.f)) : ViaVaList(kReplace, s.x, s.a, p, n, fmt, VEK_FORMAT_WORDS(y.f)));),
     // Unicode and CoreFoundation conversion
-    VEK_ROW(ConstructUcs4, R::kConstruct, Ucs4(s.in), Encoded(s, y.utf8, kConstruct); return Ok(VekStringConstructUcs4(&s.built, y.units.data(), s.a));),
-    VEK_ROW(ConstructUtf16, R::kConstruct, Utf16(s.in), Encoded(s, y.utf8, kConstruct); return Ok(VekStringConstructUtf16(&s.built, y.units.data(), s.a));),
-    VEK_ROW(AssignUcs4, R::kExact, Ucs4(s.in), Encoded(s, y.utf8, kAssign); return Ok(VekStringAssignUcs4(s.x, y.units.data()));),
-    VEK_ROW(AssignUtf16, R::kExact, Utf16(s.in), Encoded(s, y.utf8, kAssign); return Ok(VekStringAssignUtf16(s.x, y.units.data()));),
-    VEK_ROW(AppendUcs4, R::kExact, Ucs4(s.in), Encoded(s, y.utf8, kAppend); return Ok(VekStringAppendUcs4(s.x, y.units.data()));),
-    VEK_ROW(AppendUtf16, R::kExact, Utf16(s.in), Encoded(s, y.utf8, kAppend); return Ok(VekStringAppendUtf16(s.x, y.units.data()));),
+    VEK_ROW(ConstructUcs4, R::kConstruct, DrawText(s.in), Encoded(s, y.Utf8(), kConstruct); return Ok(VekStringConstructUcs4(&s.built, y.ucs4.data(), s.a));),
+    VEK_ROW(ConstructUtf16, R::kConstruct, DrawText(s.in), Encoded(s, y.Utf8(), kConstruct); return Ok(VekStringConstructUtf16(&s.built, y.utf16.data(), s.a));),
+    VEK_ROW(AssignUcs4, R::kExact, DrawText(s.in), Encoded(s, y.Utf8(), kAssign); return Ok(VekStringAssignUcs4(s.x, y.ucs4.data()));),
+    VEK_ROW(AssignUtf16, R::kExact, DrawText(s.in), Encoded(s, y.Utf8(), kAssign); return Ok(VekStringAssignUtf16(s.x, y.utf16.data()));),
+    VEK_ROW(AppendUcs4, R::kExact, DrawText(s.in), Encoded(s, y.Utf8(), kAppend); return Ok(VekStringAppendUcs4(s.x, y.ucs4.data()));),
+    VEK_ROW(AppendUtf16, R::kExact, DrawText(s.in), Encoded(s, y.Utf8(), kAppend); return Ok(VekStringAppendUtf16(s.x, y.utf16.data()));),
     {"AssignFromCFString", R::kExact, FromCFString},
     // Comparison and hashing
     VEK_QUERY(Equal, s.Str(), VekStringEqual(s.x, y.str), s.m == y.bytes),
