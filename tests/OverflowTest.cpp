@@ -10,28 +10,41 @@
 namespace {
 
 constexpr VekSizeT kNpos = VekStringNpos;
-const char* const kStart = "0123456789/16";
 // The refused request for the largest capacity below the limit.
 const std::string kLargest = "+" + std::to_string(kNpos) + "!";
 
-bool Done(const void* result)
-{
-    return result != nullptr;
-}
-
 TEST(Overflow, SizesBeyond64BitsAreRefusedNeverWrapped)
 {
-    // clang-format off
-    vektest::CheckFacts({
-        {"AppendN", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringAppendN(x, kNpos - 9, 'x')); }, std::nullopt, 0, "", kNpos, true},
-        {"AppendNToJustBelowNpos", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringAppendN(x, kNpos - 11, 'x')); }, std::nullopt, 0, kLargest.c_str(), kNpos, true},
-        {"AppendCStrLen", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringAppendCStrLen(x, "abc", kNpos)); }, std::nullopt, 0, "", kNpos, true},
-        {"InsertCStrLen", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringInsertCStrLen(x, 3, "abc", kNpos - 9)); }, std::nullopt, 0, "", kNpos, true},
-        {"ReplaceToJustBelowNpos", kStart, [](VekString* x, VekAllocator*) { return Done(VekStringReplaceCStrLen(x, 0, kNpos, "abc", kNpos - 1)); }, std::nullopt, 0, kLargest.c_str(), kNpos, true},
-        {"Resize", kStart, [](VekString* x, VekAllocator*) { return VekStringResize(x, kNpos, "x") != 0; }, std::nullopt, 0, "", kNpos, true},
-        {"ConstructCStrLen", kStart, [](VekString*, VekAllocator* a) { VekString y; const bool ok = Done(VekStringConstructCStrLen(&y, "abc", kNpos, a)); VekStringDestruct(&y); return ok; }, std::nullopt, 0, "", kNpos, true},
-    });
-    // clang-format on
+    const struct {
+        const char* name;
+        bool (*edit)(VekString* x);
+        std::string trace;
+    } kFacts[] = {
+        // clang-format off
+        {"AppendN", [](VekString* x) { return VekStringAppendN(x, kNpos - 9, 'x') != nullptr; }, ""},
+        {"AppendNToJustBelowNpos", [](VekString* x) { return VekStringAppendN(x, kNpos - 11, 'x') != nullptr; }, kLargest},
+        {"AppendCStrLen", [](VekString* x) { return VekStringAppendCStrLen(x, "abc", kNpos) != nullptr; }, ""},
+        {"InsertCStrLen", [](VekString* x) { return VekStringInsertCStrLen(x, 3, "abc", kNpos - 9) != nullptr; }, ""},
+        {"ReplaceToJustBelowNpos", [](VekString* x) { return VekStringReplaceCStrLen(x, 0, kNpos, "abc", kNpos - 1) != nullptr; }, kLargest},
+        {"Resize", [](VekString* x) { return VekStringResize(x, kNpos, "x") != 0; }, ""},
+        {"ConstructCStrLen", [](VekString* x) { VekString y; const bool ok = VekStringConstructCStrLen(&y, "abc", kNpos, x->allocator); VekStringDestruct(&y); return ok; }, ""},
+        // clang-format on
+    };
+    for (const auto& fact : kFacts) {
+        SCOPED_TRACE(fact.name);
+        vektest::RecordingAllocator alloc(kNpos);
+        VekString x;
+        vektest::MakeOwned(&x, "0123456789", 16, alloc);
+        const vektest::Snapshot before = vektest::Snapshot::Of(x);
+        alloc.RefuseAll();
+        alloc.ClearEvents();
+        EXPECT_FALSE(fact.edit(&x));
+        EXPECT_EQ(alloc.Trace(), fact.trace);
+        EXPECT_EQ(vektest::Snapshot::Of(x), before);
+        alloc.AllowAll();
+        VekStringDestruct(&x);
+        EXPECT_TRUE(alloc.IsClean());
+    }
 }
 
 // Doubling a capacity of 2^63 or more would wrap; it saturates instead, so

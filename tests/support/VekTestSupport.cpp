@@ -167,54 +167,6 @@ std::ostream& operator<<(std::ostream& out, const Snapshot& s)
                << s.capacity << ", bytes \"" << s.bytes << "\"}";
 }
 
-static void CheckFact(const Fact& fact)
-{
-    RecordingAllocator alloc;
-    const std::string_view start = fact.start;
-    const bool is_view = start.starts_with("view:");
-    ReadOnlyBytes viewed(is_view ? start.substr(5) : std::string_view());
-    VekString s;
-    if (is_view) {
-        s = MakeView(viewed, alloc);
-    } else if (const auto slash = start.find('/'); slash != std::string_view::npos) {
-        MakeOwned(&s, start.substr(0, slash), std::stoull(std::string(start.substr(slash + 1))),
-                  alloc);
-    } else {
-        VekStringConstructCStrLen(&s, start.data(), start.size(), alloc);
-    }
-    alloc.SetMaxSize(fact.max_size);
-    if (fact.refuse)
-        alloc.RefuseAll();
-    alloc.ClearEvents();
-    const Snapshot before = Snapshot::Of(s);
-
-    const bool ok = fact.call(&s, alloc);
-    EXPECT_EQ(alloc.Trace(), fact.trace);
-    if (!fact.content) {
-        EXPECT_FALSE(ok);
-        EXPECT_EQ(Snapshot::Of(s), before);
-    } else {
-        EXPECT_TRUE(ok);
-        EXPECT_EQ(Content(s), *fact.content);
-        EXPECT_EQ(s.capacity, fact.capacity);
-        EXPECT_TRUE(HasInvariants(s));
-        if (s.capacity == 0 && s.size == 0 && !is_view) {
-            EXPECT_EQ(s.buf, vekStringEmpty_) << "an empty string that owns nothing";
-        }
-    }
-    alloc.AllowAll();
-    VekStringDestruct(&s);
-    EXPECT_TRUE(alloc.IsClean());
-}
-
-void CheckFacts(std::initializer_list<Fact> facts)
-{
-    for (const Fact& fact : facts) {
-        SCOPED_TRACE(fact.name);
-        CheckFact(fact);
-    }
-}
-
 std::vector<std::string> ReadCorpus(const std::string& name)
 {
     std::vector<std::string> inputs;

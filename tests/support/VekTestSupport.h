@@ -7,8 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <functional>
-#include <initializer_list>
 #include <map>
 #include <optional>
 #include <string>
@@ -126,24 +124,6 @@ struct Snapshot {
 };
 
 std::ostream& operator<<(std::ostream& out, const Snapshot& s);
-
-// A fact about one call: from a starting string, the call's result, the
-// content and capacity it leaves, and the allocator calls it makes. The start
-// is written "" (empty on the shared byte), "abc" (owned, capacity 3),
-// "abc/8" (owned, capacity 8) or "view:abc" (a read-only view). An expected
-// content of nullopt means the call must fail and change nothing at all.
-struct Fact {
-    const char* name;
-    const char* start;
-    std::function<bool(VekString*, VekAllocator*)> call;
-    std::optional<std::string> content;
-    VekSizeT capacity;
-    const char* trace;
-    VekSizeT max_size = static_cast<VekSizeT>(PTRDIFF_MAX);
-    bool refuse = false; // every allocation refused
-};
-
-void CheckFacts(std::initializer_list<Fact> facts);
 
 // ReadCorpus returns every input of the fuzzer's committed corpus
 // fuzz/corpus/NAME, so that the tests replay them.
