@@ -106,7 +106,8 @@ private:
 };
 
 Step::Step(Model& model, int slot)
-    : x(&model.slots[slot]), m(Content(*x)), in(model.in), a(model.alloc), model_(model)
+    : x(&model.slots[slot]), m(Content(*x)), in(model.in), a(model.alloc), slots_(model.slots),
+      models_(model.models), alloc_(model.alloc), other_(model.other)
 {
 }
 
@@ -115,26 +116,6 @@ VekSizeT Step::Pos(VekSizeT size)
     if (in.OneIn(10))
         return in.OneIn(2) ? size + 1 : kNpos - in.Below(2);
     return in.Below(size + 1);
-}
-
-VekSizeT Step::Count(VekSizeT size)
-{
-    return in.OneIn(5) ? kNpos - in.Below(2) : in.Below(size + 3);
-}
-
-VekString* Step::Slot()
-{
-    return &model_.slots[in.Below(kSlots)];
-}
-
-const char* Step::Keep(std::string bytes)
-{
-    return outside_.emplace_back(std::move(bytes)).c_str();
-}
-
-char* Step::Block(VekSizeT size)
-{
-    return static_cast<char*>(model_.alloc.Block(size));
 }
 
 const char* Step::Guarded(const char* p)
@@ -191,17 +172,16 @@ Record Step::Str()
         break;
     case 2: { // a view record of some bytes, often x's own
         const Operand o = Slice();
-        r = {&temps_.emplace_back(VekString{model_.alloc, const_cast<char*>(o.ptr), o.len, 0}),
-             o.bytes};
+        r = {&temps_.emplace_back(VekString{alloc_, const_cast<char*>(o.ptr), o.len, 0}), o.bytes};
         break;
     }
     case 3:
         r.bytes = in.Bytes(24);
         r.str = &temps_.emplace_back();
-        VekStringConstructCStrLen(&temps_.back(), r.bytes.data(), r.bytes.size(), model_.other);
+        VekStringConstructCStrLen(&temps_.back(), r.bytes.data(), r.bytes.size(), other_);
         break;
     default:
-        r = {VekStringConstructDefault(&temps_.emplace_back(), model_.alloc), ""};
+        r = {VekStringConstructDefault(&temps_.emplace_back(), alloc_), ""};
     }
     r.pos = Pos(r.bytes.size());
     r.count = Count(r.bytes.size());
@@ -214,18 +194,6 @@ void Step::Splice(VekSizeT pos, VekSizeT n, const std::optional<std::string>& wi
         expect.reset();
     else
         expect = std::string(m).replace(pos, n, *with);
-}
-
-void Step::Reallocates(VekSizeT c)
-{
-    capacity = c;
-    trace = Blocks(c, constructs_ ? 0 : x->capacity);
-}
-
-void Step::InPlace()
-{
-    capacity = constructs_ ? 0 : x->capacity;
-    trace = "";
 }
 
 void Step::Grows(VekSizeT size)
@@ -271,17 +239,6 @@ void Step::Formatted(VekSizeT pos, VekSizeT n, const std::optional<std::string>&
         InPlace();
     else
         Reallocates(std::max<VekSizeT>(expect->size(), 2 * x->capacity));
-}
-
-void Step::SetModel(const VekString* s, std::string content)
-{
-    model_.models[s - model_.slots] = std::move(content);
-}
-
-void Step::Check(bool ok, const std::string& what)
-{
-    if (!ok)
-        findings_.push_back(what);
 }
 
 void Model::Run(const Row& row, int slot, const Refusal& refusal, Outcome* outcome)

@@ -61,6 +61,11 @@ struct Record {
     VekSizeT pos = 0, count = 0; // a span of it, sometimes beyond its end
 };
 
+// Blocks is the trace of taking a block of capacity c and releasing one of
+// capacity old (0: none); Join joins two traces.
+std::string Blocks(VekSizeT c, VekSizeT old);
+std::string Join(const std::string& a, const std::string& b);
+
 class Model;
 
 // Step is one call: the string it edits, the choices that draw its operands,
@@ -90,32 +95,39 @@ public:
     // beyond its end; Count a count into it, sometimes VekStringNpos.
     VekSizeT Pos(VekSizeT size);
     VekSizeT Pos() { return Pos(m.size()); }
-    VekSizeT Count(VekSizeT size);
+    VekSizeT Count(VekSizeT size) { return in.OneIn(5) ? kNpos - in.Below(2) : in.Below(size + 3); }
     VekSizeT Count() { return Count(m.size()); }
     char Char() { return static_cast<char>(in.Below(256)); }
     bool Twin() { return in.OneIn(2); }
-    VekString* Slot();                   // one of the live strings, x included
-    Operand Slice();                     // bytes of x, of another string or from outside
-    Operand CStr();                      // NUL-terminated, maybe a suffix of x's own block
-    Operand Byte();                      // one byte, often one of x's
-    Record Str();                        // x, another string, a view, a temporary, the empty string
-    const char* Keep(std::string bytes); // outside bytes that live through the step
-    char* Block(VekSizeT size);          // a block of x's allocator to hand over
+    VekString* Slot() { return &slots_[in.Below(3)]; } // one of the live strings, x included
+    Operand Slice(); // bytes of x, of another string or from outside
+    Operand CStr();  // NUL-terminated, maybe a suffix of x's own block
+    Operand Byte();  // one byte, often one of x's
+    Record Str();    // x, another string, a view, a temporary, the empty string
+    // Keep makes outside bytes that live through the step; Block hands out a
+    // block of x's allocator for the row to give away.
+    const char* Keep(std::string bytes) { return outside_.emplace_back(std::move(bytes)).c_str(); }
+    char* Block(VekSizeT size) { return static_cast<char*>(alloc_.Block(size)); }
     // Guarded is p, or an address that cannot be read when the call must fail
     // at once: a refused position must be refused before the operand is read.
     const char* Guarded(const char* p);
 
     // Expectation helpers.
     void Splice(VekSizeT pos, VekSizeT n, const std::optional<std::string>& with);
-    void Reallocates(VekSizeT c); // a fresh block of exactly c (0: released)
-    void InPlace();               // same block, no allocator call
-    void Grows(VekSizeT size);    // the growth rule for a result of size bytes
+    // Reallocates: a fresh block of exactly c (0: released); InPlace: the same
+    // block, and no allocator call.
+    void Reallocates(VekSizeT c) { capacity = c, trace = Blocks(c, constructs_ ? 0 : x->capacity); }
+    void InPlace() { capacity = constructs_ ? 0 : x->capacity, trace = ""; }
+    void Grows(VekSizeT size); // the growth rule for a result of size bytes
     // Formatted sets what a formatted edit of the span (pos, n) by fmt's output
     // (nullopt: the formatter fails) must do.
     void Formatted(VekSizeT pos, VekSizeT n, const std::optional<std::string>& out);
-    void SetModel(const VekString* s, std::string content);
+    void SetModel(const VekString* s, std::string content)
+    {
+        models_[s - slots_] = std::move(content);
+    }
     // Check notes a finding unless ok; Same checks a query's result.
-    void Check(bool ok, const std::string& what);
+    void Check(bool ok, const std::string& what) { ok ? void() : findings_.push_back(what); }
     template <class T, class U> void Same(T got, U want)
     {
         if (got != static_cast<T>(want))
@@ -125,7 +137,10 @@ public:
 
 private:
     friend class Model;
-    Model& model_;
+    VekString* const slots_;
+    std::string* const models_;
+    RecordingAllocator& alloc_;
+    RecordingAllocator& other_;
     std::vector<std::string> findings_;
     std::deque<std::string> outside_;
     std::deque<VekString> temps_;
@@ -143,11 +158,6 @@ inline bool Ok(VekBool result)
 }
 
 std::optional<std::string> Sub(const std::string& s, VekSizeT pos, VekSizeT n);
-
-// Blocks is the trace of taking a block of capacity c and releasing one of
-// capacity old (0: none); Join joins two traces.
-std::string Blocks(VekSizeT c, VekSizeT old);
-std::string Join(const std::string& a, const std::string& b);
 
 struct Row {
     const char* name;
