@@ -302,19 +302,32 @@ static inline Stop TakeCharacters(const In*& input, typename Output::Unit* out, 
     for (;;) {
         if (kAsciiBlocks)
             TakeAsciiBlocks<PlainAscii, kStore>(p, out, room, len);
-        if (*p == 0)
-            break;
-        const In* next = p;
-        uint32_t cp = 0;
-        if (!ReadCodePoint(next, &cp)) {
-            stop = Stop::kRefused;
-            break;
+        if (IsAsciiUnit(*p) && len < room) {
+            // Most text is ASCII, and an ASCII unit needs one store and none
+            // of the checks of a longer character. A run goes on to the next
+            // block boundary where aligned blocks take over.
+            do {
+                if constexpr (kStore)
+                    out[len] = static_cast<typename Output::Unit>(*p);
+                ++len;
+                ++p;
+            } while (!resume && IsAsciiUnit(*p) && len < room &&
+                     !(kAsciiBlocks && IsBlockAligned(p)));
+        } else {
+            if (*p == 0)
+                break;
+            const In* next = p;
+            uint32_t cp = 0;
+            if (!ReadCodePoint(next, &cp)) {
+                stop = Stop::kRefused;
+                break;
+            }
+            if (!PutCharacter<kStore, Output>(out, room, &len, cp)) {
+                stop = Stop::kFull;
+                break;
+            }
+            p = next;
         }
-        if (!PutCharacter<kStore, Output>(out, room, &len, cp)) {
-            stop = Stop::kFull;
-            break;
-        }
-        p = next;
         if (resume && IsAsciiUnit(*p)) {
             stop = Stop::kResume;
             break;
