@@ -13,6 +13,7 @@
 #ifndef VEK_SRC_STRING_VEKSTRINGAVX512_H
 #define VEK_SRC_STRING_VEKSTRINGAVX512_H
 
+#include "string/VekStringHash.h"
 #include "string/VekStringSearchKernels.h"
 
 #if VEK_SIMD_AVX512 && VEK_SIMD_SSE2
@@ -85,6 +86,59 @@ VEK_STRING_AVX512 VekSizeT ScanSmallSetForward(const char* buf, VekSizeT size, V
     default:
         return ScanSetForward<kWanted>(buf, size, pos, SmallSet<4>(y));
     }
+}
+
+// HashWeighted multiplies the low 32 bits of each 64-bit lane of q by that
+// lane's 64-bit weight, modulo 2^64: the weight's low half times q, plus its
+// high half times q moved up 32 bits.
+VEK_STRING_AVX512 inline __m512i HashWeighted(__m512i q, const uint64_t* weights)
+{
+    const __m512i w = _mm512_load_si512(weights);
+    const __m512i high = _mm512_mul_epu32(q, _mm512_srli_epi64(w, 32));
+    return _mm512_add_epi64(_mm512_mul_epu32(q, w), _mm512_slli_epi64(high, 32));
+}
+
+// HashBlockSum is the weighted sum of the 64 bytes of v (the first weighted
+// 33^63), biased as the 16-byte kernels' sums are. Bytes join into pairs
+// (33, 1) and pairs into quads (1089, 1) by multiply-adds within 16- and
+// 32-bit lanes; each quad, at most 9.45 million, then takes its 64-bit weight
+// in two 32-bit halves, and the eight 64-bit lanes are added up.
+VEK_STRING_AVX512 inline VekSizeT HashBlockSum(__m512i v)
+{
+    // Quad k of the block is weighted 33^(60 - 4k): lane m holds quads 2m
+    // (low half) and 2m + 1 (high half).
+    alignas(64) static constexpr uint64_t kEven[8] = {
+        StringHashPow33(60), StringHashPow33(52), StringHashPow33(44), StringHashPow33(36),
+        StringHashPow33(28), StringHashPow33(20), StringHashPow33(12), StringHashPow33(4)};
+    alignas(64) static constexpr uint64_t kOdd[8] = {
+        StringHashPow33(56), StringHashPow33(48), StringHashPow33(40), StringHashPow33(32),
+        StringHashPow33(24), StringHashPow33(16), StringHashPow33(8),  StringHashPow33(0)};
+    const __m512i bytes = _mm512_xor_si512(v, _mm512_set1_epi8(static_cast<char>(0x80)));
+    const __m512i pairs = _mm512_maddubs_epi16(bytes, _mm512_set1_epi16(1 << 8 | 33));
+    const __m512i quads = _mm512_madd_epi16(pairs, _mm512_set1_epi32(1 << 16 | 1089));
+    const __m512i sums = _mm512_add_epi64(HashWeighted(quads, kEven),
+                                          HashWeighted(_mm512_srli_epi64(quads, 32), kOdd));
+    return static_cast<VekSizeT>(_mm512_reduce_add_epi64(sums)) - StringHashBias(64);
+}
+
+// Hash hashes n bytes 64 at a time; the last stretch is one more load of the
+// last 64 bytes with those already hashed masked to zero, which never
+// faults. Shorter strings go faster through the 16-byte kernel, which needs
+// no reduction of eight lanes.
+VEK_STRING_AVX512 inline VekSizeT Hash(const char* p, VekSizeT n)
+{
+    if (n < kBlock)
+        return StringHashBytes(p, n);
+    const char* const end = p + n;
+    VekSizeT hash = 0;
+    for (; end - p >= static_cast<std::ptrdiff_t>(kBlock); p += kBlock)
+        hash = hash * StringHashPow33(64) + HashBlockSum(_mm512_loadu_si512(p));
+    const VekSizeT rest = static_cast<VekSizeT>(end - p);
+    if (rest == 0)
+        return hash;
+    const __mmask64 last = ~LanesUpTo(kBlock - rest);
+    return hash * StringHashPow33(static_cast<unsigned>(rest)) +
+           HashBlockSum(_mm512_maskz_loadu_epi8(last, end - kBlock));
 }
 
 } // namespace VekStringAvx512

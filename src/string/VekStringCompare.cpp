@@ -4,6 +4,7 @@
 // string is measured before anything else), then works on bytes alone: the
 // record's allocator and capacity never matter, so a view, an owned copy and
 // an empty string on the shared byte compare and hash alike.
+#include "string/VekStringAvx512.h"
 #include "string/VekStringHash.h"
 #include "string/VekStringPrivate.h"
 
@@ -79,12 +80,22 @@ VekInt(VekStringCompareCStrLen)(const VekString* x, const char* y, VekSizeT ylen
 // Each byte enters as a signed 8-bit value on every platform, whatever the
 // signedness of char, so a hash computed here matches one computed elsewhere.
 // VekStringHash.h computes it several bytes a step.
+// StringHash hashes with the widest kernel the processor runs.
+static VekSizeT StringHash(const char* p, VekSizeT n)
+{
+#if VEK_SIMD_AVX512 && VEK_SIMD_SSE2
+    if (kStringAvx512Usable)
+        return VekStringAvx512::Hash(p, n);
+#endif
+    return StringHashBytes(p, n);
+}
+
 VekSizeT(VekStringHash)(const VekString* x) noexcept
 {
-    return StringHashBytes(x->buf, VekStringLength(x));
+    return StringHash(x->buf, VekStringLength(x));
 }
 
 VekSizeT VekStringHashBytes_(const char* p, VekSizeT n) noexcept
 {
-    return StringHashBytes(p, n);
+    return StringHash(p, n);
 }

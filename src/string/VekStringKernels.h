@@ -57,7 +57,7 @@ inline constexpr StringKernels kStringKernels[] = {
     StringKernelsOf<VectorSearch>(StringHashVector),
 #endif
 #if VEK_SIMD_AVX512 && VEK_SIMD_SSE2
-    StringKernelsOf<Avx512Search>(StringHashVector, Avx512Search::Usable),
+    StringKernelsOf<Avx512Search>(VekStringAvx512::Hash, Avx512Search::Usable),
 #endif
 };
 
