@@ -285,9 +285,10 @@ static inline void VekStringDestructInline(VekString* x) VEK_NOEXCEPT
 }
 
 /*
- * Equality and ordering. Below 33 bytes equality compares words inline,
- * never reading outside either operand: two words that overlap in the middle
- * cover every length from one word to two. Ordering needs memcmp's own
+ * Equality and ordering. Below 33 bytes equality compares words inline
+ * (up to 64 bytes 16-byte blocks, where SSE2 is at hand), never reading
+ * outside either operand: two words or blocks that overlap in the middle
+ * cover every length from one to two of them. Ordering needs memcmp's own
  * result whenever the bytes differ, so it only saves the call into the
  * library. Both read nothing when the length is 0, so either pointer may
  * then be NULL.
@@ -299,9 +300,30 @@ static inline uint64_t VekStringDiffer64Inline(const char* a, const char* b,
     return VekStringLoad64Inline(a + at) ^ VekStringLoad64Inline(b + at);
 }
 
+#if VEK_STRING_INLINE_SSE2
+/* VekStringEqualBlocksInline compares 16 < n <= 64 bytes by 16-byte blocks,
+ * the last one ending at the last byte, and decides once at the end: that
+ * far the call into memcmp costs more than the blocks. */
+static inline VekBool VekStringEqualBlocksInline(const char* a, const char* b,
+                                                 VekSizeT n) VEK_NOEXCEPT
+{
+    __m128i diff = _mm_xor_si128(_mm_loadu_si128((const __m128i*)(a + n - 16)),
+                                 _mm_loadu_si128((const __m128i*)(b + n - 16)));
+    VekSizeT i;
+    for (i = 0; i + 16 < n; i += 16)
+        diff = _mm_or_si128(diff, _mm_xor_si128(_mm_loadu_si128((const __m128i*)(a + i)),
+                                                _mm_loadu_si128((const __m128i*)(b + i))));
+    return (VekBool)(_mm_movemask_epi8(_mm_cmpeq_epi8(diff, _mm_setzero_si128())) == 0xFFFF);
+}
+#endif
+
 static inline VekBool VekStringEqualBytesInline(const char* a, const char* b,
                                                 VekSizeT n) VEK_NOEXCEPT
 {
+#if VEK_STRING_INLINE_SSE2
+    if (n > 16)
+        return n > 64 ? (VekBool)(VekMemCmp(a, b, n) == 0) : VekStringEqualBlocksInline(a, b, n);
+#endif
     if (n > 32)
         return (VekBool)(VekMemCmp(a, b, n) == 0);
     if (n > 16)
