@@ -79,23 +79,19 @@ VekInt(VekStringCompareCStrLen)(const VekString* x, const char* y, VekSizeT ylen
 
 // Each byte enters as a signed 8-bit value on every platform, whatever the
 // signedness of char, so a hash computed here matches one computed elsewhere.
-// VekStringHash.h computes it several bytes a step.
-// StringHash hashes with the widest kernel the processor runs.
-static VekSizeT StringHash(const char* p, VekSizeT n)
-{
-#if VEK_SIMD_AVX512 && VEK_SIMD_SSE2
-    if (kStringAvx512Usable)
-        return VekStringAvx512::Hash(p, n);
-#endif
-    return StringHashBytes(p, n);
-}
-
+// The header's inline hash is the function: up to 8 bytes it hashes them
+// itself, longer strings it hands to VekStringHashBytes_, which takes the
+// widest kernel the processor runs (VekStringHash.h, several bytes a step).
 VekSizeT(VekStringHash)(const VekString* x) noexcept
 {
-    return StringHash(x->buf, VekStringLength(x));
+    return VekStringHashInline(x);
 }
 
 VekSizeT VekStringHashBytes_(const char* p, VekSizeT n) noexcept
 {
-    return StringHash(p, n);
+#if VEK_SIMD_AVX512 && VEK_SIMD_SSE2
+    if (n >= VekStringAvx512::kBlock && kStringAvx512Usable)
+        return VekStringAvx512::Hash(p, n);
+#endif
+    return StringHashLonger(p, n);
 }

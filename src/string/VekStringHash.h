@@ -90,11 +90,11 @@ static inline VekSizeT StringHashFinish(VekSizeT hash, const char* begin, const 
     return hash * StringHashPow33(rest) + VekStringHashWordInline(word);
 }
 
-// StringHashPortable hashes n bytes with the word kernel alone. Up to 16 bytes
+// StringHashPortable hashes n bytes with the word kernel alone. Up to 8 bytes
 // it is the public header's inline hash, so the two cannot differ.
 static inline VekSizeT StringHashPortable(const char* p, VekSizeT n)
 {
-    if (n <= 16)
+    if (n <= 8)
         return VekStringHashShortInline(p, n);
     return StringHashFinish(0, p, p, p + n);
 }
@@ -151,14 +151,11 @@ static inline VekSizeT StringHashBlockSum(const char* p)
 #endif
 
 #if VEK_SIMD_VECTOR
-// StringHashVector hashes n bytes 32 at a time, so that the chain through the
-// hash has one multiply-add per 32 bytes whatever order the compiler adds
-// in; then 16, and the rest with the word kernel. Up to 16 bytes it is the
-// public header's inline hash, as in StringHashPortable.
-static inline VekSizeT StringHashVector(const char* p, VekSizeT n)
+// StringHashVectorBlocks hashes n bytes 32 at a time, so that the chain
+// through the hash has one multiply-add per 32 bytes whatever order the
+// compiler adds in; then 16, and the rest with the word kernel.
+static inline VekSizeT StringHashVectorBlocks(const char* p, VekSizeT n)
 {
-    if (n <= 16)
-        return VekStringHashShortInline(p, n);
     const char* const end = p + n;
     VekSizeT hash = 0;
     const char* q = p;
@@ -173,6 +170,15 @@ static inline VekSizeT StringHashVector(const char* p, VekSizeT n)
     }
     return StringHashFinish(hash, p, q, end);
 }
+
+// StringHashVector hashes n bytes; up to 8 bytes it is the public header's
+// inline hash, as in StringHashPortable.
+static inline VekSizeT StringHashVector(const char* p, VekSizeT n)
+{
+    if (n <= 8)
+        return VekStringHashShortInline(p, n);
+    return StringHashVectorBlocks(p, n);
+}
 #endif
 
 // StringHashBytes is the best kernel this build has.
@@ -182,6 +188,18 @@ static inline VekSizeT StringHashBytes(const char* p, VekSizeT n)
     return StringHashVector(p, n);
 #else
     return StringHashPortable(p, n);
+#endif
+}
+
+// StringHashLonger is StringHashBytes for strings the inline hash leaves to
+// the library, longer than 8 bytes.
+static inline VekSizeT StringHashLonger(const char* p, VekSizeT n)
+{
+    VEK_ASSERT(n > 8, "the inline hash takes up to 8 bytes itself");
+#if VEK_SIMD_VECTOR
+    return StringHashVectorBlocks(p, n);
+#else
+    return StringHashFinish(0, p, p, p + n);
 #endif
 }
 

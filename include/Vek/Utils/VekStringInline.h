@@ -386,7 +386,7 @@ static inline VekInt VekStringCompareCStrInline(const VekString* x, const char* 
 
 /*
  * The hash, h = h * 33 + b over the bytes taken as signed values, from 0. Up
- * to 16 bytes it is computed here, a word of 8 bytes at a time: the weighted
+ * to 8 bytes it is computed here, as one word: the weighted
  * sum of a word's bytes (the first weighted 33^7) is three multiply-adds of
  * bytes into pairs, pairs into quads and quads into the word, on bytes biased
  * by 128 so that no partial sum is negative or carries into its neighbour. A
@@ -434,25 +434,17 @@ static inline uint64_t VekStringHashWordInline(uint64_t word) VEK_NOEXCEPT
     return (quads & 0xFFFFFFFFu) * 1185921u + (quads >> 32) - 5625634472960u;
 }
 
-/* VekStringHashShortInline hashes n <= 16 bytes at p, reading none beyond. A
- * string of up to 8 bytes is gathered into the top of one word, from two
- * 4-byte loads that overlap or from its first, middle and last bytes; a
- * longer one is its first word and its last, whose bytes already hashed are
- * set to zero. */
+/* VekStringHashShortInline hashes n <= 8 bytes at p, reading none beyond,
+ * gathered into the top of one word from two 4-byte loads that overlap or
+ * from the first, middle and last bytes. Longer strings take the library's
+ * 16-byte blocks, which from 9 bytes on cost less than the call. */
 static inline VekSizeT VekStringHashShortInline(const char* p, VekSizeT n) VEK_NOEXCEPT
 {
-    static const uint64_t pow33[9] = {1u,        33u,         1089u,        35937u,        1185921u,
-                                      39135393u, 1291467969u, 42618442977u, 1406408618241u};
     const unsigned len = (unsigned)n;
     uint64_t word;
-    if (len >= 8) {
-        const uint64_t hash = VekStringHashWordInline(VekStringHashLoadInline(p));
-        if (len == 8)
-            return hash;
-        word = VekStringHashLoadInline(p + len - 8) & ~(uint64_t)0 << 8 * (16 - len);
-        return hash * pow33[len - 8] + VekStringHashWordInline(word);
-    }
-    if (len >= 4) {
+    if (len == 8) {
+        word = VekStringHashLoadInline(p);
+    } else if (len >= 4) {
         word = VekStringHashLoad32Inline(p + len - 4) << 32 | VekStringHashLoad32Inline(p)
                                                                   << 8 * (8 - len);
     } else if (len != 0) {
@@ -467,7 +459,7 @@ static inline VekSizeT VekStringHashShortInline(const char* p, VekSizeT n) VEK_N
 
 static inline VekSizeT VekStringHashInline(const VekString* x) VEK_NOEXCEPT
 {
-    if (x->size > 16)
+    if (x->size > 8)
         return VekStringHashBytes_(x->buf, x->size);
     return VekStringHashShortInline(x->buf, x->size);
 }
