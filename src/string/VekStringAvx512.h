@@ -118,7 +118,14 @@ VEK_STRING_AVX512 inline VekSizeT HashBlockSum(__m512i v)
     const __m512i quads = _mm512_madd_epi16(pairs, _mm512_set1_epi32(1 << 16 | 1089));
     const __m512i sums = _mm512_add_epi64(HashWeighted(quads, kEven),
                                           HashWeighted(_mm512_srli_epi64(quads, 32), kOdd));
-    return static_cast<VekSizeT>(_mm512_reduce_add_epi64(sums)) - StringHashBias(64);
+    // Halved by vector adds, which wrap as the hash does (the compiler's
+    // reduction adds as signed integers, whose overflow is undefined).
+    const __m256i fours =
+        _mm256_add_epi64(_mm512_castsi512_si256(sums), _mm512_extracti64x4_epi64(sums, 1));
+    const __m128i twos =
+        _mm_add_epi64(_mm256_castsi256_si128(fours), _mm256_extracti128_si256(fours, 1));
+    const __m128i one = _mm_add_epi64(twos, _mm_unpackhi_epi64(twos, twos));
+    return static_cast<VekSizeT>(_mm_cvtsi128_si64(one)) - StringHashBias(64);
 }
 
 // Hash hashes n bytes 64 at a time; the last stretch is one more load of the
