@@ -39,13 +39,26 @@ struct Random {
     {
         return std::uniform_int_distribution<std::size_t>(0, n - 1)(rng);
     }
-    std::string Bytes(std::size_t max_len)
+    // Mostly the first four bytes, which make fields and words frequent.
+    char Byte()
     {
         static constexpr char kAlphabet[] = {'a',  'A', ' ',  ',',    'b',
                                              '\t', 'Z', '\0', '\xC1', '\xFA'};
+        return kAlphabet[Below(Below(3) == 0 ? 4 : sizeof kAlphabet)];
+    }
+    std::string Bytes(std::size_t max_len)
+    {
         std::string s(Below(max_len + 1), 'a');
         for (char& b : s)
-            b = kAlphabet[Below(Below(3) == 0 ? 4 : sizeof kAlphabet)];
+            b = Byte();
+        return s;
+    }
+    // Runs of one byte each, long enough that scans must cross whole blocks.
+    std::string Runs(std::size_t max_len)
+    {
+        std::string s;
+        for (std::size_t len = Below(max_len + 1); s.size() < len;)
+            s.append(Below(40) + 1, Byte());
         return s;
     }
     std::string PieceOr(const std::string& of)
@@ -264,7 +277,9 @@ TEST(Text, QueriesAgreeWithStdString)
     SCOPED_TRACE(testing::Message() << "VEK_TEST_SEED=" << random.seed);
     RecordingAllocator alloc;
     for (int round = 0; round < 3000 && !HasFailure(); ++round) {
-        const std::string h = random.Bytes(round % 4 == 0 ? 80 : 12);
+        const std::string h = round % 4 == 0   ? random.Bytes(80)
+                              : round % 4 == 1 ? random.Runs(120)
+                                               : random.Bytes(12);
         std::string y = random.PieceOr(h);
         if (random.Below(4) == 0)
             y = random.Below(2) == 0 ? Upper(y) : Lower(h);
@@ -341,7 +356,9 @@ TEST(Text, TrimmingNarrowsAViewAndKeepsAnOwnedBlock)
     SCOPED_TRACE(testing::Message() << "VEK_TEST_SEED=" << random.seed);
     RecordingAllocator alloc;
     for (int round = 0; round < 400 && !HasFailure(); ++round) {
-        const std::string h = random.Bytes(round % 4 == 0 ? 70 : 10);
+        const std::string h = round % 4 == 0   ? random.Bytes(70)
+                              : round % 4 == 1 ? random.Runs(120)
+                                               : random.Bytes(10);
         const std::string y = random.PieceOr(h);
         ReadOnlyBytes h_bytes(h), y_bytes(y);
         for (const Trim& trim : kTrims) {
@@ -386,7 +403,9 @@ TEST(Text, CaseConversionCopiesAViewFirst)
     SCOPED_TRACE(testing::Message() << "VEK_TEST_SEED=" << random.seed);
     RecordingAllocator alloc;
     for (int round = 0; round < 300 && !HasFailure(); ++round) {
-        const std::string h = random.Bytes(round % 4 == 0 ? 70 : 10);
+        const std::string h = round % 4 == 0   ? random.Bytes(70)
+                              : round % 4 == 1 ? random.Runs(120)
+                                               : random.Bytes(10);
         ReadOnlyBytes h_bytes(h);
         for (const bool lower : {true, false}) {
             for (int state = 0; state < 4; ++state) {
@@ -464,8 +483,9 @@ TEST(Text, LiteralFindAndReplaceIsTheRecordFormWithACount)
             EXPECT_EQ(by_literal.capacity, by_record.capacity);
             EXPECT_EQ(literal_alloc.Trace(), record_alloc.Trace());
             EXPECT_EQ(count, r == nullptr ? 12345 : find.empty() ? 0 : Count(h, find));
-            if (r == nullptr)
+            if (r == nullptr) {
                 EXPECT_EQ(Snapshot::Of(by_literal), before);
+            }
             VekStringDestruct(&by_record);
             VekStringDestruct(&by_literal);
             EXPECT_TRUE(record_alloc.IsClean() && literal_alloc.IsClean());

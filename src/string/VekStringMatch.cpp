@@ -4,8 +4,8 @@
 // All of them reduce their operand to a pointer and a length (a C string is
 // measured first) and reuse what the module already has: the short-string
 // equality of VekStringInline.h for the ends, the forward search for
-// occurrences, memchr and memrchr (through the set searches' Char forms) for
-// single bytes, and find-and-replace's one worker.
+// occurrences, memchr and memrchr for single bytes (VekStringInline.h), and
+// find-and-replace's one worker.
 #include "string/VekStringPrivate.h"
 #include "string/VekStringSearchKernels.h"
 
@@ -13,57 +13,47 @@
 // Prefixes and suffixes
 // ------------------------------------------------------------------------
 
-static inline VekBool StringStartsWith(const VekString* x, const char* y, VekSizeT ylen)
+// These and the single-byte searches are the header's inline bodies
+// (VekStringInline.h); the parentheses keep its macros from expanding the
+// names.
+VekBool(VekStringStartsWith)(const VekString* x, const VekString* y) noexcept
 {
-    return (VekBool)(x->size >= ylen && VekStringEqualBytesInline(x->buf, y, ylen));
+    return VekStringStartsWithInline(x, y);
 }
 
-static inline VekBool StringEndsWith(const VekString* x, const char* y, VekSizeT ylen)
+VekBool(VekStringStartsWithCStr)(const VekString* x, const char* y) noexcept
 {
-    return (VekBool)(x->size >= ylen &&
-                     VekStringEqualBytesInline(x->buf + x->size - ylen, y, ylen));
+    return VekStringStartsWithCStrInline(x, y);
 }
 
-VekBool VekStringStartsWith(const VekString* x, const VekString* y) noexcept
+VekBool(VekStringStartsWithCStrLen)(const VekString* x, const char* y, VekSizeT ylen) noexcept
 {
-    return StringStartsWith(x, y->buf, y->size);
+    return VekStringStartsWithCStrLenInline(x, y, ylen);
 }
 
-VekBool VekStringStartsWithCStr(const VekString* x, const char* y) noexcept
+VekBool(VekStringStartsWithChar)(const VekString* x, char c) noexcept
 {
-    const VekSizeT ylen = VekStrLen(y);
-    return StringStartsWith(x, y, ylen);
+    return VekStringStartsWithCharInline(x, c);
 }
 
-VekBool VekStringStartsWithCStrLen(const VekString* x, const char* y, VekSizeT ylen) noexcept
+VekBool(VekStringEndsWith)(const VekString* x, const VekString* y) noexcept
 {
-    return StringStartsWith(x, y, ylen);
+    return VekStringEndsWithInline(x, y);
 }
 
-VekBool VekStringStartsWithChar(const VekString* x, char c) noexcept
+VekBool(VekStringEndsWithCStr)(const VekString* x, const char* y) noexcept
 {
-    return StringStartsWith(x, &c, 1);
+    return VekStringEndsWithCStrInline(x, y);
 }
 
-VekBool VekStringEndsWith(const VekString* x, const VekString* y) noexcept
+VekBool(VekStringEndsWithCStrLen)(const VekString* x, const char* y, VekSizeT ylen) noexcept
 {
-    return StringEndsWith(x, y->buf, y->size);
+    return VekStringEndsWithCStrLenInline(x, y, ylen);
 }
 
-VekBool VekStringEndsWithCStr(const VekString* x, const char* y) noexcept
+VekBool(VekStringEndsWithChar)(const VekString* x, char c) noexcept
 {
-    const VekSizeT ylen = VekStrLen(y);
-    return StringEndsWith(x, y, ylen);
-}
-
-VekBool VekStringEndsWithCStrLen(const VekString* x, const char* y, VekSizeT ylen) noexcept
-{
-    return StringEndsWith(x, y, ylen);
-}
-
-VekBool VekStringEndsWithChar(const VekString* x, char c) noexcept
-{
-    return StringEndsWith(x, &c, 1);
+    return VekStringEndsWithCharInline(x, c);
 }
 
 // ------------------------------------------------------------------------
@@ -86,9 +76,9 @@ VekBool VekStringContainsCStr(const VekString* x, const char* y) noexcept
     return VekStringContainsCStrLen(x, y, n);
 }
 
-VekBool VekStringContainsChar(const VekString* x, char c) noexcept
+VekBool(VekStringContainsChar)(const VekString* x, char c) noexcept
 {
-    return (VekBool)(VekStringFindFirstOfChar(x, 0, c) != VekStringNpos);
+    return VekStringContainsCharInline(x, c);
 }
 
 // Counting a byte is a pass that adds up comparisons, with no branch on the
@@ -136,24 +126,29 @@ VekSizeT VekStringCountCStr(const VekString* x, const char* y) noexcept
 // Single-byte searches
 // ------------------------------------------------------------------------
 
-VekSizeT VekStringFindFromPosChar(const VekString* x, VekSizeT pos, char c) noexcept
+VekSizeT(VekStringFindFromPosChar)(const VekString* x, VekSizeT pos, char c) noexcept
 {
-    return VekStringFindFirstOfChar(x, pos, c);
+    return VekStringFindFromPosCharInline(x, pos, c);
 }
 
-VekSizeT VekStringFindChar(const VekString* x, char c) noexcept
+VekSizeT(VekStringFindChar)(const VekString* x, char c) noexcept
 {
-    return VekStringFindFirstOfChar(x, 0, c);
+    return VekStringFindCharInline(x, c);
 }
 
-VekSizeT VekStringRFindFromPosChar(const VekString* x, VekSizeT pos, char c) noexcept
+// Without memrchr, the backward set search of one byte gives the same.
+VekSizeT(VekStringRFindFromPosChar)(const VekString* x, VekSizeT pos, char c) noexcept
 {
+#if VEK_STRING_INLINE_MEMRCHR
+    return VekStringRFindFromPosCharInline(x, pos, c);
+#else
     return VekStringFindLastOfChar(x, pos, c);
+#endif
 }
 
-VekSizeT VekStringRFindChar(const VekString* x, char c) noexcept
+VekSizeT(VekStringRFindChar)(const VekString* x, char c) noexcept
 {
-    return VekStringFindLastOfChar(x, VekStringNpos, c);
+    return (VekStringRFindFromPosChar)(x, VekStringNpos, c);
 }
 
 // ------------------------------------------------------------------------

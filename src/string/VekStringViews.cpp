@@ -6,57 +6,49 @@
 // it first). Making one is filling the four fields. Fields and cuts find
 // their separator with the module's own searches (VekStringSearchKernels.h:
 // memchr for one byte, the forward search for a string, the set scan for a
-// set and for whitespace) and hand out views of the bytes around it, so
-// splitting a string allocates nothing and copies nothing.
+// set) and hand out views of the bytes around it, so splitting a string
+// allocates nothing and copies nothing. Words, mostly a few bytes long, are
+// found a byte at a time (VekStringInline.h).
 //
 // A view of another string's span keeps its place in that string even when
 // empty (only a view of caller bytes of length 0 goes to the shared empty
 // byte, since those bytes may be NULL), so that an empty field's buf still
 // tells where it stood.
-#include "string/VekStringAscii.h"
 #include "string/VekStringPrivate.h"
 #include "string/VekStringSearchKernels.h"
 
 static constexpr char kOutputIsOwner[] = "an output that is x itself must own no block";
+static constexpr char kFieldIsX[] = "the field must not be the string split";
 
 // StringSetView makes x a view of the len bytes at p, with allocator a.
 static inline void StringSetView(VekString* x, VekAllocator* a, const char* p, VekSizeT len)
 {
-    x->allocator = a;
-    x->buf = const_cast<char*>(p);
-    x->size = len;
-    x->capacity = 0;
+    VekStringSetViewInline(x, a, p, len);
 }
 
 // ------------------------------------------------------------------------
 // Views
 // ------------------------------------------------------------------------
 
-VekString* VekStringConstructViewCStrLen(VekString* x, const char* str, VekSizeT len,
-                                         VekAllocator* a) noexcept
+// The views, the single-byte fields and cuts are the header's inline bodies
+// (VekStringInline.h), so a caller's inlined call and these functions cannot
+// differ. The parentheses keep the header's macros from expanding the names.
+VekString*(VekStringConstructViewCStrLen)(VekString* x, const char* str, VekSizeT len,
+                                          VekAllocator* a) noexcept
 {
-    StringSetView(x, a, len == 0 ? vekStringEmpty_ : str, len);
-    return x;
+    return VekStringConstructViewCStrLenInline(x, str, len, a);
 }
 
-VekString* VekStringConstructViewCStr(VekString* x, const char* str, VekAllocator* a) noexcept
+VekString*(VekStringConstructViewCStr)(VekString* x, const char* str, VekAllocator* a) noexcept
 {
-    const VekSizeT len = VekStrLen(str);
-    return VekStringConstructViewCStrLen(x, str, len, a);
+    return VekStringConstructViewCStrInline(x, str, a);
 }
 
-// Everything is read from str before x is written, so x may be str.
-VekString* VekStringConstructViewSubstring(VekString* x, const VekString* str, VekSizeT pos,
-                                           VekSizeT n) noexcept
+VekString*(VekStringConstructViewSubstring)(VekString* x, const VekString* str, VekSizeT pos,
+                                            VekSizeT n) noexcept
 {
     VEK_REQUIRE(x != str || str->capacity == 0, kOutputIsOwner);
-    VekAllocator* a = str->allocator;
-    if (!StringCheckPos(str, pos)) {
-        VekStringConstructDefault(x, a);
-        return nullptr;
-    }
-    StringSetView(x, a, str->buf + pos, StringBoundOffset(str, pos, n));
-    return x;
+    return VekStringConstructViewSubstringInline(x, str, pos, n);
 }
 
 // ------------------------------------------------------------------------
@@ -70,7 +62,7 @@ VekString* VekStringConstructViewSubstring(VekString* x, const VekString* str, V
 static inline VekBool StringTakeField(const VekString* x, VekSizeT* pos, VekSizeT at,
                                       VekSizeT sep_len, VekString* field)
 {
-    VEK_REQUIRE(field != x, "the field must not be the string split");
+    VEK_REQUIRE(field != x, kFieldIsX);
     const VekSizeT start = *pos;
     const VekSizeT end = at == VekStringNpos ? x->size : at;
     *pos = at == VekStringNpos ? VekStringNpos : at + sep_len;
@@ -113,12 +105,11 @@ VekBool VekStringNextField(const VekString* x, VekSizeT* pos, const VekString* y
     return VekStringNextFieldCStrLen(x, pos, y->buf, y->size, field);
 }
 
-VekBool VekStringNextFieldChar(const VekString* x, VekSizeT* pos, char c, VekString* field) noexcept
+VekBool(VekStringNextFieldChar)(const VekString* x, VekSizeT* pos, char c,
+                                VekString* field) noexcept
 {
-    const VekSizeT start = *pos;
-    if (start > x->size)
-        return VEK_FALSE;
-    return StringTakeField(x, pos, VekStringFindFirstOfChar(x, start, c), 1, field);
+    VEK_REQUIRE(field != x, kFieldIsX);
+    return VekStringNextFieldCharInline(x, pos, c, field);
 }
 
 VekBool VekStringNextFieldAnyOfCStrLen(const VekString* x, VekSizeT* pos, const char* y, VekSizeT n,
@@ -137,27 +128,10 @@ VekBool VekStringNextFieldAnyOfCStr(const VekString* x, VekSizeT* pos, const cha
     return VekStringNextFieldAnyOfCStrLen(x, pos, y, n, field);
 }
 
-// A word starts at the first byte at or after *pos that is not whitespace and
-// ends at the next one that is, or at the end.
-VekBool VekStringNextWord(const VekString* x, VekSizeT* pos, VekString* word) noexcept
+VekBool(VekStringNextWord)(const VekString* x, VekSizeT* pos, VekString* word) noexcept
 {
-    VEK_REQUIRE(word != x, "the word must not be the string split");
-    const VekSizeT size = x->size;
-    if (*pos >= size)
-        return VEK_FALSE;
-    const VekSizeT start = StringScanSetForward<StringNativeSearch, Wanted::kOutsideSet>(
-        x->buf, size, *pos, kAsciiSpaces, kAsciiSpaceCount);
-    if (start == VekStringNpos)
-        return VEK_FALSE;
-    VekSizeT end = size;
-    if (start + 1 < size) {
-        end = StringScanSetForward<StringNativeSearch, Wanted::kInSet>(
-            x->buf, size, start + 1, kAsciiSpaces, kAsciiSpaceCount);
-        end = end == VekStringNpos ? size : end;
-    }
-    *pos = end;
-    StringSetView(word, x->allocator, x->buf + start, end - start);
-    return VEK_TRUE;
+    VEK_REQUIRE(word != x, kFieldIsX);
+    return VekStringNextWordInline(x, pos, word);
 }
 
 // ------------------------------------------------------------------------
@@ -202,7 +176,8 @@ VekBool VekStringCut(const VekString* x, const VekString* y, VekString* before,
     return VekStringCutCStrLen(x, y->buf, y->size, before, after);
 }
 
-VekBool VekStringCutChar(const VekString* x, char c, VekString* before, VekString* after) noexcept
+VekBool(VekStringCutChar)(const VekString* x, char c, VekString* before, VekString* after) noexcept
 {
-    return StringCutAt(x, VekStringFindFirstOfChar(x, 0, c), 1, before, after);
+    VEK_REQUIRE((before != x && after != x) || x->capacity == 0, kOutputIsOwner);
+    return VekStringCutCharInline(x, c, before, after);
 }
