@@ -83,7 +83,7 @@ VekBool(VekStringContainsChar)(const VekString* x, char c) noexcept
 
 // Counting a byte is a pass that adds up comparisons, with no branch on the
 // content; the compiler takes it many bytes a step.
-VekSizeT VekStringCountChar(const VekString* x, char c) noexcept
+VekSizeT(VekStringCountChar)(const VekString* x, char c) noexcept
 {
     const char* buf = x->buf;
     VekSizeT count = 0;

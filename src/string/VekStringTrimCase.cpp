@@ -180,12 +180,12 @@ static VekString* StringConvertCase(VekString* x)
     return x;
 }
 
-VekString* VekStringToLowerAscii(VekString* x) noexcept
+VekString*(VekStringToLowerAscii)(VekString* x) noexcept
 {
     return StringConvertCase<AsciiToLower, AsciiLowerWord>(x);
 }
 
-VekString* VekStringToUpperAscii(VekString* x) noexcept
+VekString*(VekStringToUpperAscii)(VekString* x) noexcept
 {
     return StringConvertCase<AsciiToUpper, AsciiUpperWord>(x);
 }

@@ -358,12 +358,12 @@ static inline VekInt VekStringCompareCStrInline(const VekString* x, const char* 
 
 /* ========================================================================
  * The text families' fast paths: views, fields and cuts at one byte, words,
- * trimming of whitespace or one byte, prefixes and suffixes, and the
- * single-byte searches. A parser calls them
- * once or more per field, where a call into the library costs more than the
- * work, so they are macros over the bodies below, as the calls above are;
- * the library's functions are these same bodies, and a checked library
- * leaves them out.
+ * trimming of whitespace or one byte, prefixes and suffixes, the single-byte
+ * searches, and counting a byte and converting case in short strings. A
+ * parser calls them once or more per field, where a call into the library
+ * costs more than the work, so they are macros over the bodies below, as the
+ * calls above are; the library's functions are these same bodies, and a
+ * checked library leaves them out.
  * ======================================================================== */
 
 /* VekStringSetViewInline makes x a view of the len bytes at p. */
@@ -498,18 +498,24 @@ static inline VekBool VekStringEndsWithCharInline(const VekString* x, char c) VE
 }
 
 /* A field runs from *pos to the next c, or to the end (then *pos becomes
- * VekStringNpos). field is written after x is read; it must not be x. */
+ * VekStringNpos). memchr may be given the empty rest at the end: a live
+ * string's buf is never NULL. field is written after x is read; it must not
+ * be x. */
 static inline VekBool VekStringNextFieldCharInline(const VekString* x, VekSizeT* pos, char c,
                                                    VekString* field) VEK_NOEXCEPT
 {
+    const char* buf = x->buf;
+    const VekSizeT size = x->size;
     const VekSizeT start = *pos;
-    VekSizeT at;
-    if (start > x->size)
+    const char* hit;
+    VekSizeT end;
+    if (start > size)
         return VEK_FALSE;
-    at = VekStringFindFromPosCharInline(x, start, c);
-    *pos = at == VekStringNpos ? VekStringNpos : at + 1;
-    VekStringSetViewInline(field, x->allocator, x->buf + start,
-                           (at == VekStringNpos ? x->size : at) - start);
+    /* cppcheck-suppress cstyleCast */
+    hit = (const char*)memchr(buf + start, (unsigned char)c, (size_t)(size - start));
+    end = hit == NULL ? size : (VekSizeT)(hit - buf);
+    *pos = hit == NULL ? VekStringNpos : end + 1;
+    VekStringSetViewInline(field, x->allocator, buf + start, end - start);
     return VEK_TRUE;
 }
 
@@ -521,14 +527,49 @@ static inline VekBool VekStringCutCharInline(const VekString* x, char c, VekStri
     VekAllocator* a = x->allocator;
     const char* buf = x->buf;
     const VekSizeT size = x->size;
-    const VekSizeT at = VekStringFindFromPosCharInline(x, 0, c);
-    const VekSizeT end = at == VekStringNpos ? size : at;
-    const VekSizeT rest = at == VekStringNpos ? size : at + 1;
+    /* cppcheck-suppress cstyleCast */
+    const char* hit = (const char*)memchr(buf, (unsigned char)c, (size_t)size);
+    const VekSizeT end = hit == NULL ? size : (VekSizeT)(hit - buf);
+    const VekSizeT rest = hit == NULL ? size : end + 1;
     if (before != NULL)
         VekStringSetViewInline(before, a, buf, end);
     if (after != NULL)
         VekStringSetViewInline(after, a, buf + rest, size - rest);
-    return (VekBool)(at != VekStringNpos);
+    return (VekBool)(hit != NULL);
+}
+
+/* Short strings are counted and converted here, where a call would cost
+ * more than the work; longer ones by the library, many bytes a step. */
+static inline VekSizeT VekStringCountCharInline(const VekString* x, char c) VEK_NOEXCEPT
+{
+    VekSizeT count = 0;
+    VekSizeT i;
+    if (x->size > 16)
+        return (VekStringCountChar)(x, c);
+    for (i = 0; i < x->size; ++i)
+        count += x->buf[i] == c;
+    return count;
+}
+
+/* A view is the library's, which copies it first. */
+static inline VekString* VekStringToLowerAsciiInline(VekString* x) VEK_NOEXCEPT
+{
+    VekSizeT i;
+    if (x->size > 16 || x->capacity == 0)
+        return (VekStringToLowerAscii)(x);
+    for (i = 0; i < x->size; ++i)
+        x->buf[i] = (char)(x->buf[i] + ((unsigned char)(x->buf[i] - 'A') < 26 ? 32 : 0));
+    return x;
+}
+
+static inline VekString* VekStringToUpperAsciiInline(VekString* x) VEK_NOEXCEPT
+{
+    VekSizeT i;
+    if (x->size > 16 || x->capacity == 0)
+        return (VekStringToUpperAscii)(x);
+    for (i = 0; i < x->size; ++i)
+        x->buf[i] = (char)(x->buf[i] - ((unsigned char)(x->buf[i] - 'a') < 26 ? 32 : 0));
+    return x;
 }
 
 /* ASCII whitespace (space, \t, \n, \v, \f, \r) as bits of the byte values
@@ -653,6 +694,9 @@ static inline VekBool VekStringNextWordInline(const VekString* x, VekSizeT* pos,
     VekStringNextFieldCharInline((x), (pos), (c), (field))
 #define VekStringCutChar(x, c, before, after) VekStringCutCharInline((x), (c), (before), (after))
 #define VekStringNextWord(x, pos, word) VekStringNextWordInline((x), (pos), (word))
+#define VekStringCountChar(x, c) VekStringCountCharInline((x), (c))
+#define VekStringToLowerAscii(x) VekStringToLowerAsciiInline((x))
+#define VekStringToUpperAscii(x) VekStringToUpperAsciiInline((x))
 #define VekStringTrim(x) VekStringTrimInline((x))
 #define VekStringTrimLeft(x) VekStringTrimLeftInline((x))
 #define VekStringTrimRight(x) VekStringTrimRightInline((x))
