@@ -25,6 +25,13 @@ namespace vekfuzz {
     std::abort();
 }
 
+// Abort is the fuzzers' Report for the shared models (tests/support).
+[[noreturn]] inline void Abort(const std::string& finding)
+{
+    std::fprintf(stderr, "fuzz finding: %s\n", finding.c_str());
+    std::abort();
+}
+
 // FUZZ_CHECK(condition, message stream): message is built only on failure,
 // e.g. FUZZ_CHECK(a == b, "step " << i << ": " << a << " != " << b).
 #define FUZZ_CHECK(condition, what)                                                                \

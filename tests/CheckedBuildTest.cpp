@@ -70,6 +70,8 @@ INSTANTIATE_TEST_SUITE_P(Table, CheckedBuild, testing::Values(
               "VekStringConstructRange: range end before its start"},
     Violation{"AppendFromTheSpareCapacity", [](VekString* s, VekString*) { VekStringAppendCStrLen(s, s->buf + 12, 2); },
               "VekStringAppendCStrLen: operand reaches into the spare capacity behind the content"},
+    Violation{"AppendFromTheTerminatorSlot", [](VekString* s, VekString*) { VekStringAppendCStrLen(s, s->buf + 16, 1); },
+              "VekStringAppendCStrLen: operand reaches into the spare capacity behind the content"},
     Violation{"AssignCStrFromTheSpareCapacity", [](VekString* s, VekString*) { s->buf[12] = '\0'; VekStringAssignCStr(s, s->buf + 11); },
               "VekStringAssignCStr: operand reaches into the spare capacity behind the content"},
     Violation{"ReplaceByBytesAcrossTheEnd", [](VekString* s, VekString*) { VekStringReplaceCStrLen(s, 0, 1, s->buf + 8, 4); },
@@ -86,5 +88,17 @@ INSTANTIATE_TEST_SUITE_P(Table, CheckedBuild, testing::Values(
               "VekStringConstructWithExternalBuffer: no block for a non-zero capacity"}),
     [](const auto& info) { return info.param.name; });
 // clang-format on
+
+// An operand that starts right behind the block, however close, is outside
+// the string and fine: here the bytes behind an adopted block of 16.
+TEST(CheckedBuild, AcceptsAnOperandRightBehindTheBlock)
+{
+    char bytes[24] = "0123456789abcdefWXYZ";
+    VekString s;
+    VekStringConstructWithExternalBuffer(&s, bytes, 10, 16, vektest::Keeper());
+    ASSERT_EQ(VekStringAppendCStrLen(&s, bytes + 16, 4), &s);
+    EXPECT_EQ(vektest::Content(s), "0123456789WXYZ");
+    VekStringDestruct(&s);
+}
 
 } // namespace

@@ -1,6 +1,7 @@
-// Facts about equality, ordering and the hash. Every row runs through all the
-// operand forms (record, pointer and length, C string where the bytes allow),
-// on an owned string and on a read-only view of the same bytes.
+// Facts about equality, ordering and the hash that the operation model does
+// not reach: equal-length pairs that differ in exactly the piece one step of
+// the word-wise equality looks at, a length difference beyond 32 bits, and
+// the hash's known values.
 #include "VekTestSupport.h"
 
 namespace {
@@ -69,39 +70,6 @@ TEST(Compare, EqualityAndOrderAgreeInEveryForm)
             }
         }
         VekStringDestruct(&owned);
-    }
-}
-
-TEST(Compare, CStrOperandsAreMeasuredWithStrlen)
-{
-    VekString anb;
-    VekStringConstructCStrLen(&anb, "a\0b", 3, VekAllocatorGetDefault());
-    EXPECT_FALSE(VekStringEqualCStr(&anb, "a"));
-    EXPECT_GT(VekStringCompareCStr(&anb, "a"), 0);
-    EXPECT_TRUE(VekStringEqualSubstringCStr(&anb, 0, 1, "a"));
-    EXPECT_TRUE(VekStringEqualSubstringCStr(&anb, 3, 9, ""));
-    VekStringDestruct(&anb);
-}
-
-struct SpanCase {
-    VekSizeT pos, n;
-    std::string y;
-    bool equal;
-};
-
-TEST(Compare, SubstringEqualityClampsPositionAndCount)
-{
-    const SpanCase cases[] = {
-        {2, kNpos, "llo", true}, {2, 2, "ll", true},   {2, 2, "llo", false}, {5, 3, "", true},
-        {6, 0, "", true},        {kNpos, 9, "", true}, {9, 9, "o", false},   {0, 0, "", true},
-    };
-    ReadOnlyBytes hello("hello");
-    const VekString x = MakeView(hello, nullptr);
-    for (const SpanCase& c : cases) {
-        SCOPED_TRACE(testing::Message() << "pos " << c.pos << " n " << c.n << " y " << c.y);
-        const VekString y{nullptr, const_cast<char*>(c.y.c_str()), c.y.size(), 0};
-        EXPECT_EQ(VekStringEqualSubstring(&x, c.pos, c.n, &y), c.equal);
-        EXPECT_EQ(VekStringEqualSubstringCStr(&x, c.pos, c.n, c.y.c_str()), c.equal);
     }
 }
 

@@ -4,8 +4,6 @@
 // string is measured before anything else), then works on bytes alone: the
 // record's allocator and capacity never matter, so a view, an owned copy and
 // an empty string on the shared byte compare and hash alike.
-#include <climits>
-
 #include "string/VekStringHash.h"
 #include "string/VekStringPrivate.h"
 

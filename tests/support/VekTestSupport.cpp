@@ -7,6 +7,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <ostream>
 #include <sstream>
 
@@ -47,14 +49,21 @@ VekVoidPtr RecordingAllocator::Allocate(VekAllocator* a, VekSizeT size)
         std::memset(block, 0xA5, static_cast<std::size_t>(size));
         self->live_[block] = size;
     }
-    self->events_.push_back({AllocatorEvent::kAllocate, block, size});
+    self->Log('+', size, refused ? "!" : "");
+    return block;
+}
+
+void* RecordingAllocator::Block(VekSizeT size)
+{
+    void* block = std::malloc(static_cast<std::size_t>(size));
+    live_[block] = size;
     return block;
 }
 
 void RecordingAllocator::Deallocate(VekAllocator* a, VekVoidPtr p, VekSizeT size)
 {
     auto* self = static_cast<RecordingAllocator*>(a->userData);
-    self->events_.push_back({AllocatorEvent::kDeallocate, p, size});
+    self->Log('-', size, "");
     auto it = self->live_.find(p);
     if (it == self->live_.end()) {
         self->problems_.push_back("release of a block that is not outstanding (" +
@@ -68,18 +77,9 @@ void RecordingAllocator::Deallocate(VekAllocator* a, VekVoidPtr p, VekSizeT size
     std::free(p);
 }
 
-std::string RecordingAllocator::Trace() const
+void RecordingAllocator::Log(char kind, VekSizeT size, const char* suffix)
 {
-    std::string out;
-    for (const AllocatorEvent& e : events_) {
-        if (!out.empty())
-            out += ' ';
-        out += e.kind == AllocatorEvent::kAllocate ? '+' : '-';
-        out += std::to_string(e.size);
-        if (e.kind == AllocatorEvent::kAllocate && e.block == nullptr)
-            out += '!';
-    }
-    return out;
+    trace_ += (trace_.empty() ? "" : " ") + (kind + std::to_string(size)) + suffix;
 }
 
 testing::AssertionResult RecordingAllocator::IsClean() const
@@ -92,6 +92,13 @@ testing::AssertionResult RecordingAllocator::IsClean() const
     if (!live_.empty())
         failure << live_.size() << " block(s) never released";
     return failure;
+}
+
+VekAllocator* Keeper()
+{
+    static VekAllocator keeper = {[](VekAllocator*, VekSizeT) -> VekVoidPtr { return nullptr; },
+                                  [](VekAllocator*, VekVoidPtr, VekSizeT) {}, 100, nullptr};
+    return &keeper;
 }
 
 ReadOnlyBytes::ReadOnlyBytes(std::string_view bytes) : size_(bytes.size())
@@ -115,6 +122,19 @@ ReadOnlyBytes::ReadOnlyBytes(std::string_view bytes) : size_(bytes.size())
 ReadOnlyBytes::~ReadOnlyBytes()
 {
     munmap(mapping_, mapping_size_);
+}
+
+std::string Quote(const std::string& bytes)
+{
+    static constexpr char kHex[] = "0123456789abcdef";
+    std::string out = "\"";
+    for (const char c : bytes.substr(0, 160)) {
+        if (c >= ' ' && c <= '~' && c != '\\' && c != '"')
+            out += c;
+        else
+            out += {'\\', 'x', kHex[(c >> 4) & 0xF], kHex[c & 0xF]};
+    }
+    return out + (bytes.size() > 160 ? "...\"" : "\"");
 }
 
 testing::AssertionResult HasInvariants(const VekString& s)
@@ -147,44 +167,14 @@ std::ostream& operator<<(std::ostream& out, const Snapshot& s)
                << s.capacity << ", bytes \"" << s.bytes << "\"}";
 }
 
-void CheckFact(const Fact& fact)
+std::vector<std::string> ReadCorpus(const std::string& name)
 {
-    RecordingAllocator alloc;
-    const std::string_view start = fact.start;
-    const bool is_view = start.starts_with("view:");
-    ReadOnlyBytes viewed(is_view ? start.substr(5) : std::string_view());
-    VekString s;
-    if (is_view) {
-        s = MakeView(viewed, alloc);
-    } else if (const auto slash = start.find('/'); slash != std::string_view::npos) {
-        MakeOwned(&s, start.substr(0, slash), std::stoull(std::string(start.substr(slash + 1))),
-                  alloc);
-    } else {
-        VekStringConstructCStrLen(&s, start.data(), start.size(), alloc);
+    std::vector<std::string> inputs;
+    for (const auto& entry : std::filesystem::directory_iterator(VEK_CORPUS_DIR "/" + name)) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        inputs.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     }
-    alloc.SetMaxSize(fact.max_size);
-    if (fact.refuse)
-        alloc.RefuseAll();
-    alloc.ClearEvents();
-    const Snapshot before = Snapshot::Of(s);
-
-    const bool ok = fact.call(&s, alloc);
-    EXPECT_EQ(alloc.Trace(), fact.trace);
-    if (!fact.content) {
-        EXPECT_FALSE(ok);
-        EXPECT_EQ(Snapshot::Of(s), before);
-    } else {
-        EXPECT_EQ(ok, !fact.fails);
-        EXPECT_EQ(Content(s), *fact.content);
-        EXPECT_EQ(s.capacity, fact.capacity);
-        EXPECT_TRUE(HasInvariants(s));
-        if (s.capacity == 0 && s.size == 0 && !is_view) {
-            EXPECT_EQ(s.buf, vekStringEmpty_) << "an empty string that owns nothing";
-        }
-    }
-    alloc.AllowAll();
-    VekStringDestruct(&s);
-    EXPECT_TRUE(alloc.IsClean());
+    return inputs;
 }
 
 void MakeOwned(VekString* s, std::string_view content, VekSizeT capacity, VekAllocator* a)

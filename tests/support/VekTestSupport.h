@@ -7,8 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <functional>
-#include <initializer_list>
 #include <map>
 #include <optional>
 #include <string>
@@ -18,14 +16,6 @@
 #include "Vek/Utils/VekString.h"
 
 namespace vektest {
-
-// One allocator callback as the string module made it.
-struct AllocatorEvent {
-    enum Kind { kAllocate, kDeallocate };
-    Kind kind;
-    const void* block; // nullptr for a refused allocate
-    VekSizeT size;
-};
 
 // RecordingAllocator is a VekAllocator that logs every callback, checks each
 // release against the block's allocation (double releases, foreign blocks,
@@ -50,11 +40,15 @@ public:
     void RefuseAll() { RefuseNth(1, true); }
     void AllowAll() { refuse_at_ = 0; }
 
-    const std::vector<AllocatorEvent>& events() const { return events_; }
-    void ClearEvents() { events_.clear(); }
-    // Trace renders the log compactly: "+17" an allocate of 17 bytes, "+17!"
-    // a refused one, "-9" a release of 9 bytes; "" when nothing was called.
-    std::string Trace() const;
+    // Block hands out a block of this allocator without logging it or
+    // refusing, for a test to give away (an external buffer to adopt).
+    void* Block(VekSizeT size);
+
+    // Trace is the log since ClearEvents: "+17" an allocate of 17 bytes,
+    // "+17!" a refused one, "-9" a release of 9 bytes; "" when nothing was
+    // called.
+    void ClearEvents() { trace_.clear(); }
+    const std::string& Trace() const { return trace_; }
 
     std::size_t outstanding() const { return live_.size(); }
     // IsClean holds when every block came back once with its own byte count.
@@ -65,13 +59,19 @@ private:
     static void Deallocate(VekAllocator* a, VekVoidPtr p, VekSizeT size);
 
     VekAllocator record_;
-    std::vector<AllocatorEvent> events_;
+    void Log(char kind, VekSizeT size, const char* suffix);
+
+    std::string trace_;
     std::map<const void*, VekSizeT> live_;
     std::vector<std::string> problems_;
     std::size_t calls_ = 0;     // allocate calls since the last RefuseNth
     std::size_t refuse_at_ = 0; // 0: refuse nothing
     bool refuse_after_ = false;
 };
+
+// Keeper is an allocator for blocks the test itself owns: it refuses every
+// allocation and takes back nothing.
+VekAllocator* Keeper();
 
 // ReadOnlyBytes holds a copy of some bytes in pages that cannot be written,
 // ending right before an inaccessible page: a write through a view, or a read
@@ -111,6 +111,9 @@ inline VekSizeT StdPos(std::size_t pos)
     return pos == std::string::npos ? VekStringNpos : pos;
 }
 
+// Quote shows bytes readably, escaping all but printable ASCII.
+std::string Quote(const std::string& bytes);
+
 // HasInvariants checks what must hold after every successful operation.
 testing::AssertionResult HasInvariants(const VekString& s);
 
@@ -129,39 +132,9 @@ struct Snapshot {
 
 std::ostream& operator<<(std::ostream& out, const Snapshot& s);
 
-// A fact about one call: from a starting string, the call's result, the
-// content and capacity it leaves, and the allocator calls it makes. The start
-// is written "" (empty on the shared byte), "abc" (owned, capacity 3),
-// "abc/8" (owned, capacity 8) or "view:abc" (a read-only view). An expected
-// content of nullopt means the call must fail and change nothing at all;
-// with fails set, the call must fail and leave the content and capacity given
-// (for failures documented to change the string).
-struct Fact {
-    const char* name;
-    const char* start;
-    std::function<bool(VekString*, VekAllocator*)> call;
-    std::optional<std::string> content;
-    VekSizeT capacity;
-    const char* trace;
-    VekSizeT max_size = static_cast<VekSizeT>(PTRDIFF_MAX);
-    bool refuse = false; // every allocation refused
-    bool fails = false;
-};
-
-void CheckFact(const Fact& fact);
-
-template <typename Facts> void CheckFacts(const Facts& facts)
-{
-    for (const Fact& fact : facts) {
-        SCOPED_TRACE(fact.name);
-        CheckFact(fact);
-    }
-}
-
-inline void CheckFacts(std::initializer_list<Fact> facts)
-{
-    CheckFacts<std::initializer_list<Fact>>(facts);
-}
+// ReadCorpus returns every input of the fuzzer's committed corpus
+// fuzz/corpus/NAME, so that the tests replay them.
+std::vector<std::string> ReadCorpus(const std::string& name);
 
 // OwnedString builds an owned string with the given content and exactly the
 // given capacity through the public API.

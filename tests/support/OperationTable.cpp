@@ -1,0 +1,389 @@
+// OperationTable.cpp - one row per public function of the C API that builds,
+// edits or queries a string: how to call it, what std::string gives, and the
+// rule that holds its storage (OperationModel.h). Twins share a row and are
+// picked at random: a variadic form and its va_list form, a function and its
+// inline fast path in the header.
+#include <algorithm>
+#include <climits>
+#include <cstdarg>
+#include <cstring>
+#include <vector>
+
+#include "FormatModel.h"
+#include "OperationModel.h"
+
+namespace vektest {
+
+namespace {
+
+using R = Rule;
+
+// ------------------------------------------------------------ formatted edits
+
+enum Verb { kConstruct, kAssign, kAppend, kInsert, kReplace };
+
+VekString* ViaVaList(Verb verb, VekString* x, VekAllocator* a, VekSizeT pos, VekSizeT n,
+                     const char* fmt, ...)
+{
+    va_list args;
+    va_start(args, fmt);
+    VekString* r = verb == kConstruct ? VekStringConstructVFormatted(x, fmt, args, a)
+                   : verb == kAssign  ? VekStringAssignVFormatted(x, fmt, args)
+                   : verb == kAppend  ? VekStringAppendVFormatted(x, fmt, args)
+                   : verb == kInsert  ? VekStringInsertVFormatted(x, pos, fmt, args)
+                                      : VekStringReplaceVFormatted(x, pos, n, fmt, args);
+    va_end(args);
+    return r;
+}
+
+// Formatted is a format drawn for an edit, with the oracle's output.
+struct Formatted {
+    Format f;
+    std::optional<std::string> out;
+};
+
+Formatted DrawFormatted(Choices& in)
+{
+    Formatted r{DrawFormat(in), std::nullopt};
+    r.out = Oracle(r.f);
+    return r;
+}
+
+// ---------------------------------------------------------- Unicode and CF
+
+// Text is the input of a conversion in both wide forms, zero-terminated and
+// padded to whole blocks of 16 units (which the codec may read), and what it
+// gives: its UTF-8 form up to the first character the codec refuses
+// (prefix), and whether there is none (whole).
+struct Text {
+    std::vector<VekWideChar> ucs4;
+    std::vector<VekUint16> utf16;
+    std::string prefix;
+    bool whole = true;
+    std::optional<std::string> Utf8() const { return whole ? std::optional(prefix) : std::nullopt; }
+};
+
+// DrawText strings together characters of every UTF-8 length, now and then
+// one the codec refuses (a surrogate alone; in UCS-4 also a value beyond
+// U+10FFFF). The codec's own contract is held to ICU elsewhere; here only the
+// string's side of a conversion matters.
+Text DrawText(Choices& in, bool zero_padded = true)
+{
+    static const struct {
+        VekWideChar ucs4;
+        VekUint16 utf16[2];
+        const char* utf8; // nullptr: refused
+    } kCharacters[] = {{'a', {'a'}, "a"},
+                       {0x7F, {0x7F}, "\x7F"},
+                       {0xE9, {0xE9}, "\xC3\xA9"},
+                       {0x7FF, {0x7FF}, "\xDF\xBF"},
+                       {0x800, {0x800}, "\xE0\xA0\x80"},
+                       {0xFFFF, {0xFFFF}, "\xEF\xBF\xBF"},
+                       {0x1D11E, {0xD834, 0xDD1E}, "\xF0\x9D\x84\x9E"},
+                       {0x10FFFF, {0xDBFF, 0xDFFF}, "\xF4\x8F\xBF\xBF"},
+                       {0xD800, {0xD800, 'x'}, nullptr}, // a high surrogate alone
+                       {0x110000, {0xDC00}, nullptr}};   // a low surrogate alone
+    Text t;
+    for (std::uint64_t n = in.Below(24); n > 0; --n) {
+        const auto& c = kCharacters[in.Below(in.OneIn(8) ? std::size(kCharacters) : 8)];
+        t.ucs4.push_back(c.ucs4);
+        t.utf16.insert(t.utf16.end(), c.utf16, c.utf16 + (c.utf16[1] != 0 ? 2 : 1));
+        t.whole = t.whole && c.utf8 != nullptr;
+        if (t.whole)
+            t.prefix += c.utf8;
+    }
+    if (zero_padded) {
+        t.ucs4.resize(t.ucs4.size() / 16 * 16 + 16);
+        t.utf16.resize(t.utf16.size() / 16 * 16 + 16);
+    }
+    return t;
+}
+
+// Encoded states what converting text into x (or the string built) does:
+// the text goes into the room there is, and only text that does not fit
+// makes the string grow, exactly, through VekStringReserve (which keeps a
+// view's bytes).
+void Encoded(Step& s, const std::optional<std::string>& text, Verb verb)
+{
+    const bool appends = verb == kAppend;
+    const VekSizeT size = verb == kConstruct ? 0 : s.m.size();
+    const VekSizeT capacity = verb == kConstruct ? 0 : s.x->capacity;
+    s.expect = appends ? s.m : "";
+    if (!text) {
+        s.must_fail = true;
+        s.trace = "";
+        return;
+    }
+    *s.expect += *text;
+    if (!appends)
+        s.keeps_head = 0; // a refused growth leaves part of the text over the content
+    const VekSizeT room = appends && capacity != 0 ? capacity - size : capacity;
+    if (text->size() <= room)
+        s.InPlace();
+    else
+        s.Reallocates(std::max<VekSizeT>(s.expect->size(), size));
+}
+
+// FromCFString assigns a CoreFoundation string, made from ASCII bytes or from
+// UTF-16 units. When the framework offers its UTF-8 text the assignment is
+// that of a C string; otherwise the measured text (up to the first unpaired
+// surrogate) is converted into a block grown exactly to it, and the whole
+// string must convert or the assignment fails, leaving x empty.
+bool FromCFString(Step& s)
+{
+    const Text t = DrawText(s.in, false);
+    std::string ascii = s.in.Bytes(24);
+    for (char& c : ascii)
+        c = static_cast<char>(c & 0x7F);
+    std::erase(ascii, '\0');
+    CFStringRef cf = s.Twin()
+                         ? CFStringCreateWithCString(nullptr, ascii.c_str(), kCFStringEncodingUTF8)
+                         : CFStringCreateWithCharacters(nullptr, t.utf16.data(),
+                                                        static_cast<CFIndex>(t.utf16.size()));
+    if (const char* direct = CFStringGetCStringPtr(cf, kCFStringEncodingUTF8)) {
+        s.expect = direct;
+        s.Grows(s.expect->size());
+    } else if (t.prefix.empty()) {
+        s.must_fail = true;
+        s.expect = s.m;
+        s.trace = "";
+    } else {
+        s.expect = t.whole ? t.prefix : "";
+        s.must_fail = !t.whole;
+        if (t.prefix.size() > s.x->capacity) // through VekStringReserve, which keeps the content
+            s.Reallocates(std::max<VekSizeT>(t.prefix.size(), s.m.size()));
+        else
+            s.InPlace();
+    }
+    const bool ok = Ok(VekStringAssignFromCFString(s.x, cf));
+    CFRelease(cf);
+    return ok;
+}
+
+// ------------------------------------------------------------------ queries
+
+// Compared is what a comparison that returned got must return: the sign of
+// the first differing byte, else exactly the length difference (saturated).
+VekInt Compared(VekInt got, const std::string& a, const std::string& b)
+{
+    const int c = std::memcmp(a.data(), b.data(), std::min(a.size(), b.size()));
+    if (c == 0)
+        return static_cast<VekInt>(std::clamp<long long>(
+            static_cast<long long>(a.size()) - static_cast<long long>(b.size()), INT_MIN, INT_MAX));
+    return (got > 0) == (c > 0) && got != 0 ? got : (c > 0 ? 1 : -1);
+}
+
+VekSizeT Hash(const std::string& bytes)
+{
+    VekSizeT h = 0;
+    for (const char b : bytes)
+        h = h * 33 + static_cast<VekSizeT>(static_cast<signed char>(b));
+    return h;
+}
+
+// The span EqualSubstring compares: a position beyond the end is the end.
+std::string Span(const std::string& m, VekSizeT pos, VekSizeT n)
+{
+    return m.substr(std::min<VekSizeT>(pos, m.size()), n);
+}
+
+// FindAndReplace's result, and the cost of making it: a copy of x's size,
+// grown by the growth rule as the replacements need, then x's old block let go.
+void ReplaceAll(Step& s, const std::string& find, const std::string& with)
+{
+    if (find.empty()) {
+        s.expect = s.m;
+        s.InPlace();
+        return;
+    }
+    std::string out;
+    VekSizeT capacity = s.m.size(), size = capacity;
+    std::string trace = Blocks(capacity, 0);
+    std::size_t done = 0;
+    for (std::size_t hit = s.m.find(find); hit != std::string::npos; hit = s.m.find(find, done)) {
+        out.append(s.m, done, hit - done).append(with);
+        done = hit + find.size();
+        size = size - find.size() + with.size();
+        if (size > capacity) {
+            const VekSizeT grown = std::max(size, 2 * capacity);
+            trace = Join(trace, Blocks(grown, capacity));
+            capacity = grown;
+        }
+    }
+    s.expect = out.append(s.m, done);
+    s.capacity = capacity;
+    s.trace = Join(trace, Blocks(0, s.x->capacity));
+}
+
+// Iterates checks the iterator an edit returned: at offset `at` of the
+// buffer that holds the content afterwards, or NULL on failure.
+bool Iterates(Step& s, VekStringIterator it, VekSizeT at)
+{
+    s.Check(it == nullptr || it == s.x->buf + at,
+            "the iterator must be at offset " + std::to_string(at));
+    return it != nullptr;
+}
+
+// A row's body sees the operand y that maker (an expression) drew; p and n,
+// a position into x (sometimes beyond its end) and a count (sometimes
+// VekStringNpos); and q and k, a span within x's content for the iterator
+// forms.
+// clang-format off
+#define VEK_ROW(name, rule, maker, ...)                                                          \
+    {#name, rule, [](Step& s) {                                                                  \
+         [[maybe_unused]] const auto y = maker;                                                  \
+         [[maybe_unused]] const VekSizeT p = s.Pos(), n = s.Count(),                             \
+                                         q = s.in.Below(s.m.size() + 1),                         \
+                                         k = s.in.Below(s.m.size() - q + 1);                     \
+         __VA_ARGS__ }}
+// An edit under the growth rule: what std::string gives, then the call.
+#define VEK_EDIT(name, maker, expectation, call)                                                 \
+    VEK_ROW(name, R::kGrowth, maker, expectation; return Ok(call);)
+// A query: the call and what std::string gives.
+#define VEK_QUERY(name, maker, call, want)                                                       \
+    VEK_ROW(name, R::kQuery, maker, s.expect = s.m; s.Same(call, want); return true;)
+
+const Row kRows[] = {
+    // Construction, moves and capacity
+    VEK_ROW(ConstructCStrLen, R::kConstruct, s.Slice(), s.expect = y.bytes; s.Reallocates(y.len); return Ok(VekStringConstructCStrLen(&s.built, y.ptr, y.len, s.a));),
+    VEK_ROW(ConstructCStr, R::kConstruct, s.CStr(), s.expect = y.bytes; s.Reallocates(y.len); return Ok(VekStringConstructCStr(&s.built, y.ptr, s.a));),
+    VEK_ROW(ConstructRange, R::kConstruct, s.Slice(), s.expect = y.bytes; s.Reallocates(y.len); return Ok(VekStringConstructRange(&s.built, y.ptr, y.ptr + y.len, s.a));),
+    VEK_ROW(ConstructCopy, R::kConstruct, s.Slot(), s.expect = Content(*y); s.Reallocates(y->size); return Ok(VekStringConstructCopy(&s.built, y));),
+    VEK_ROW(ConstructSubstring, R::kConstruct, s.Str(), s.expect = Sub(y.bytes, y.pos, y.count); s.Reallocates(s.expect.value_or("").size());
+            return Ok(VekStringConstructSubstring(&s.built, y.str, y.pos, y.count, s.a));),
+    VEK_ROW(ConstructMove, R::kConstruct, s.Slot(), const VekString was = *y; s.expect = Content(was); s.capacity = was.capacity; s.trace = ""; s.SetModel(y, "");
+            VekStringConstructMove(&s.built, y);
+            s.Check(s.built.buf == was.buf && y->buf == vekStringEmpty_ && y->size == 0 && y->capacity == 0 && y->allocator == was.allocator,
+                    "the source's block moves, leaving it empty with its allocator");
+            return true;),
+    VEK_ROW(ConstructWithExternalBuffer, R::kConstruct, s.Slice(), const VekSizeT length = s.in.Below(y.len + 3); char* block = length == 0 ? nullptr : s.Block(length);
+            if (block != nullptr) std::memcpy(block, y.ptr, std::min(y.len, length));
+            s.expect = length < 2 ? "" : y.bytes.substr(0, length - 1); s.capacity = length < 2 ? 0 : length - 1; s.trace = length == 1 ? "-1" : "";
+            return Ok(VekStringConstructWithExternalBuffer(&s.built, block, y.len, length, s.a));),
+    VEK_ROW(Move, R::kExact, s.Slot(), const VekString was = *y; s.expect = Content(was); s.trace = y == s.x ? "" : Blocks(0, s.x->capacity);
+            if (y != s.x) s.SetModel(y, "");
+            s.Check(VekStringMove(s.x, y) == s.x && s.x->buf == was.buf && s.x->capacity == was.capacity && s.x->allocator == was.allocator &&
+                    (y == s.x || (y->buf == vekStringEmpty_ && y->capacity == 0 && y->allocator == was.allocator)), "x takes all of the source");
+            return true;),
+    VEK_ROW(Swap, R::kExact, s.Slot(), const VekString mine = *s.x, theirs = *y; s.expect = Content(theirs); s.SetModel(y, s.m); s.trace = "";
+            s.Check(VekStringSwap(s.x, y) == 1 && s.x->buf == theirs.buf && s.x->capacity == theirs.capacity && y->buf == mine.buf && y->capacity == mine.capacity,
+                    "the records are exchanged");
+            return true;),
+    VEK_ROW(Reserve, R::kExact, s.Byte(), const VekSizeT r = s.in.OneIn(16) ? kNpos - s.in.Below(2) : s.in.Below(s.m.size() + 24);
+            s.expect = s.m; s.Reallocates(std::max<VekSizeT>(s.m.size(), r));
+            if (r >= PTRDIFF_MAX) { s.must_fail = true; s.InPlace(); }
+            return Ok(VekStringReserve(s.x, r));),
+    VEK_EDIT(Clear, s.Byte(), s.expect = "", (VekStringClear(s.x), s.x)),
+    VEK_ROW(ReleaseBuffer, R::kExact, s.Byte(), const std::string text = s.in.Bytes(s.x->capacity == 0 ? 0 : s.x->capacity - s.x->size);
+            s.expect = s.m + text; s.InPlace(); std::memcpy(VekStringGetBuffer(s.x), text.data(), text.size());
+            VekStringReleaseBuffer(s.x, text.size()); return true;),
+    // Assignment
+    VEK_EDIT(Assign, s.Str(), s.expect = y.bytes, VekStringAssign(s.x, y.str)),
+    VEK_EDIT(AssignSubstring, s.Str(), s.expect = Sub(y.bytes, y.pos, y.count), VekStringAssignSubstring(s.x, y.str, y.pos, y.count)),
+    VEK_EDIT(AssignCStr, s.CStr(), s.expect = y.bytes, VekStringAssignCStr(s.x, y.ptr)),
+    VEK_EDIT(AssignCStrLen, s.Slice(), s.expect = y.bytes, VekStringAssignCStrLen(s.x, y.ptr, y.len)),
+    VEK_EDIT(AssignRange, s.Slice(), s.expect = y.bytes, VekStringAssignRange(s.x, y.ptr, y.ptr + y.len)),
+    VEK_EDIT(AssignChar, s.Byte(), s.expect = y.bytes, VekStringAssignChar(s.x, *y.ptr)),
+    // Appending and resizing
+    VEK_EDIT(Append, s.Str(), s.expect = s.m + y.bytes, VekStringAppend(s.x, y.str)),
+    VEK_EDIT(AppendSubstring, s.Str(), s.Splice(s.m.size(), 0, Sub(y.bytes, y.pos, y.count)), VekStringAppendSubstring(s.x, y.str, y.pos, y.count)),
+    VEK_EDIT(AppendCStr, s.CStr(), s.expect = s.m + y.bytes, VekStringAppendCStr(s.x, y.ptr)),
+    VEK_EDIT(AppendCStrLen, s.Slice(), s.expect = s.m + y.bytes,
+             s.Twin() ? VekStringAppendCStrLenInline(s.x, y.ptr, y.len) : (VekStringAppendCStrLen)(s.x, y.ptr, y.len)),
+    VEK_EDIT(AppendRange, s.Slice(), s.expect = s.m + y.bytes, VekStringAppendRange(s.x, y.ptr, y.ptr + y.len)),
+    VEK_EDIT(AppendChar, s.Byte(), s.expect = s.m + y.bytes, s.Twin() ? VekStringAppendCharInline(s.x, *y.ptr) : (VekStringAppendChar)(s.x, *y.ptr)),
+    VEK_EDIT(AppendN, s.Byte(), const VekSizeT count = s.in.Below(40); s.expect = s.m + std::string(count, *y.ptr), VekStringAppendN(s.x, count, *y.ptr)),
+    VEK_EDIT(Resize, s.Byte(), const VekSizeT size = s.in.Below(s.m.size() + 24); s.expect = s.m; s.expect->resize(size, *y.ptr),
+             VekStringResize(s.x, size, size > s.m.size() || s.Twin() ? y.ptr : nullptr)),
+    // Replacement and insertion
+    VEK_EDIT(ReplaceSubstring, s.Str(), s.Splice(p, n, Sub(y.bytes, y.pos, y.count)), VekStringReplaceSubstring(s.x, p, n, y.str, y.pos, y.count)),
+    VEK_EDIT(ReplaceString, s.Str(), s.Splice(p, n, y.bytes), VekStringReplaceString(s.x, p, n, y.str)),
+    VEK_EDIT(ReplaceChar, s.Byte(), s.Splice(p, n, y.bytes), VekStringReplaceChar(s.x, p, n, *y.ptr)),
+    VEK_EDIT(ReplaceCStr, s.CStr(), s.Splice(p, n, y.bytes), VekStringReplaceCStr(s.x, p, n, s.Guarded(y.ptr))),
+    VEK_EDIT(ReplaceCStrLen, s.Slice(), s.Splice(p, n, y.bytes), VekStringReplaceCStrLen(s.x, p, n, s.Guarded(y.ptr), y.len)),
+    VEK_EDIT(ReplaceRange, s.Slice(), s.Splice(q, k, y.bytes), VekStringReplaceRange(s.x, s.x->buf + q, s.x->buf + q + k, y.ptr, y.ptr + y.len)),
+    VEK_ROW(Insert, R::kGrowth, s.Slice(), const char* c = y.len != 0 ? y.ptr : s.Keep(std::string(1, s.Char())); s.Splice(q, 0, std::string(1, *c));
+            return Iterates(s, VekStringInsert(s.x, s.x->buf + q, c), q);),
+    VEK_EDIT(InsertRange, s.Slice(), s.Splice(q, 0, y.bytes), VekStringInsertRange(s.x, s.x->buf + q, y.ptr, y.ptr + y.len)),
+    VEK_EDIT(InsertSubstring, s.Str(), s.Splice(p, 0, Sub(y.bytes, y.pos, y.count)), VekStringInsertSubstring(s.x, p, y.str, y.pos, y.count)),
+    VEK_EDIT(InsertString, s.Str(), s.Splice(p, 0, y.bytes), VekStringInsertString(s.x, p, y.str)),
+    VEK_EDIT(InsertCStr, s.CStr(), s.Splice(p, 0, y.bytes), VekStringInsertCStr(s.x, p, s.Guarded(y.ptr))),
+    VEK_EDIT(InsertCStrLen, s.Slice(), s.Splice(p, 0, y.bytes), VekStringInsertCStrLen(s.x, p, s.Guarded(y.ptr), y.len)),
+    VEK_EDIT(InsertChar, s.Byte(), s.Splice(p, 0, y.bytes), VekStringInsertChar(s.x, p, *y.ptr)),
+    // Erasure
+    VEK_ROW(Erase, R::kGrowth, s.Byte(), s.expect = s.m; if (s.m.empty()) return true;
+            const VekSizeT at = s.in.Below(s.m.size()); s.Splice(at, 1, ""); return Iterates(s, VekStringErase(s.x, s.x->buf + at), at);),
+    VEK_EDIT(EraseSubstring, s.Byte(), s.Splice(p, n, ""), VekStringEraseSubstring(s.x, p, n)),
+    VEK_ROW(EraseRange, R::kGrowth, s.Byte(), s.Splice(q, k, ""); return Iterates(s, VekStringEraseRange(s.x, s.x->buf + q, s.x->buf + q + k), q);),
+    // Formatted construction and editing, each with its va_list twin
+    VEK_ROW(ConstructFormatted, R::kConstruct, DrawFormatted(s.in), s.Formatted(0, 0, y.out);
+            return Ok(s.Twin() ? VekStringConstructFormatted(&s.built, s.a, VEK_FORMAT_ARGS(y.f)) : ViaVaList(kConstruct, &s.built, s.a, 0, 0, VEK_FORMAT_ARGS(y.f)));),
+    VEK_ROW(AssignFormatted, R::kExact, DrawFormatted(s.in), s.Formatted(0, s.m.size(), y.out);
+            return Ok(s.Twin() ? VekStringAssignFormatted(s.x, VEK_FORMAT_ARGS(y.f)) : ViaVaList(kAssign, s.x, s.a, 0, 0, VEK_FORMAT_ARGS(y.f)));),
+    VEK_ROW(AppendFormatted, R::kExact, DrawFormatted(s.in), s.Formatted(s.m.size(), 0, y.out);
+            return Ok(s.Twin() ? VekStringAppendFormatted(s.x, VEK_FORMAT_ARGS(y.f)) : ViaVaList(kAppend, s.x, s.a, 0, 0, VEK_FORMAT_ARGS(y.f)));),
+    VEK_ROW(InsertFormatted, R::kExact, DrawFormatted(s.in), s.Formatted(p, 0, y.out);
+            const char* fmt = s.Guarded(y.f.text.c_str());
+            return Ok(s.Twin() ? VekStringInsertFormatted(s.x, p, fmt, VEK_FORMAT_WORDS(y.f)) : ViaVaList(kInsert, s.x, s.a, p, 0, fmt, VEK_FORMAT_WORDS(y.f)));),
+    VEK_ROW(ReplaceFormatted, R::kExact, DrawFormatted(s.in), s.Formatted(p, n, y.out);
+            const char* fmt = s.Guarded(y.f.text.c_str());
+            return Ok(s.Twin() ? VekStringReplaceFormatted(s.x, p, n, fmt, VEK_FORMAT_WORDS(y.f)) : ViaVaList(kReplace, s.x, s.a, p, n, fmt, VEK_FORMAT_WORDS(y.f)));),
+    // Unicode and CoreFoundation conversion
+    VEK_ROW(ConstructUcs4, R::kConstruct, DrawText(s.in), Encoded(s, y.Utf8(), kConstruct); return Ok(VekStringConstructUcs4(&s.built, y.ucs4.data(), s.a));),
+    VEK_ROW(ConstructUtf16, R::kConstruct, DrawText(s.in), Encoded(s, y.Utf8(), kConstruct); return Ok(VekStringConstructUtf16(&s.built, y.utf16.data(), s.a));),
+    VEK_ROW(AssignUcs4, R::kExact, DrawText(s.in), Encoded(s, y.Utf8(), kAssign); return Ok(VekStringAssignUcs4(s.x, y.ucs4.data()));),
+    VEK_ROW(AssignUtf16, R::kExact, DrawText(s.in), Encoded(s, y.Utf8(), kAssign); return Ok(VekStringAssignUtf16(s.x, y.utf16.data()));),
+    VEK_ROW(AppendUcs4, R::kExact, DrawText(s.in), Encoded(s, y.Utf8(), kAppend); return Ok(VekStringAppendUcs4(s.x, y.ucs4.data()));),
+    VEK_ROW(AppendUtf16, R::kExact, DrawText(s.in), Encoded(s, y.Utf8(), kAppend); return Ok(VekStringAppendUtf16(s.x, y.utf16.data()));),
+    {"AssignFromCFString", R::kExact, FromCFString},
+    // Comparison and hashing
+    VEK_QUERY(Equal, s.Str(), VekStringEqual(s.x, y.str), s.m == y.bytes),
+    VEK_QUERY(EqualCStr, s.CStr(), VekStringEqualCStr(s.x, y.ptr), s.m == y.bytes),
+    VEK_QUERY(EqualCStrLen, s.Slice(), VekStringEqualCStrLen(s.x, y.ptr, y.len), s.m == y.bytes),
+    VEK_QUERY(EqualSubstring, s.Str(), VekStringEqualSubstring(s.x, p, n, y.str), Span(s.m, p, n) == y.bytes),
+    VEK_QUERY(EqualSubstringCStr, s.CStr(), VekStringEqualSubstringCStr(s.x, p, n, y.ptr), Span(s.m, p, n) == y.bytes),
+    VEK_QUERY(EqualSubstringCStrLen, s.Slice(), VekStringEqualSubstringCStrLen(s.x, p, n, y.ptr, y.len), Span(s.m, p, n) == y.bytes),
+    VEK_QUERY(Compare, s.Str(), VekStringCompare(s.x, y.str), Compared(VekStringCompare(s.x, y.str), s.m, y.bytes)),
+    VEK_QUERY(CompareCStr, s.CStr(), VekStringCompareCStr(s.x, y.ptr), Compared(VekStringCompareCStr(s.x, y.ptr), s.m, y.bytes)),
+    VEK_QUERY(CompareCStrLen, s.Slice(), VekStringCompareCStrLen(s.x, y.ptr, y.len), Compared(VekStringCompareCStrLen(s.x, y.ptr, y.len), s.m, y.bytes)),
+    VEK_QUERY(Hash, s.Byte(), VekStringHash(s.x), Hash(s.m)),
+    // Character-set search
+    VEK_QUERY(FindFirstOf, s.Str(), VekStringFindFirstOf(s.x, p, y.str), s.m.find_first_of(y.bytes, p)),
+    VEK_QUERY(FindFirstOfCStrLen, s.Slice(), VekStringFindFirstOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_first_of(y.bytes, p)),
+    VEK_QUERY(FindFirstOfChar, s.Byte(), VekStringFindFirstOfChar(s.x, p, *y.ptr), s.m.find_first_of(y.bytes, p)),
+    VEK_QUERY(FindFirstOfCStr, s.CStr(), VekStringFindFirstOfCStr(s.x, p, y.ptr), s.m.find_first_of(y.bytes, p)),
+    VEK_QUERY(FindFirstNotOf, s.Str(), VekStringFindFirstNotOf(s.x, p, y.str), s.m.find_first_not_of(y.bytes, p)),
+    VEK_QUERY(FindFirstNotOfCStrLen, s.Slice(), VekStringFindFirstNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_first_not_of(y.bytes, p)),
+    VEK_QUERY(FindFirstNotOfChar, s.Byte(), VekStringFindFirstNotOfChar(s.x, p, *y.ptr), s.m.find_first_not_of(y.bytes, p)),
+    VEK_QUERY(FindFirstNotOfCStr, s.CStr(), VekStringFindFirstNotOfCStr(s.x, p, y.ptr), s.m.find_first_not_of(y.bytes, p)),
+    VEK_QUERY(FindLastOfCStrLen, s.Slice(), VekStringFindLastOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_of(y.bytes, p)),
+    VEK_QUERY(FindLastOfChar, s.Byte(), VekStringFindLastOfChar(s.x, p, *y.ptr), s.m.find_last_of(y.bytes, p)),
+    VEK_QUERY(FindLastNotOfCStrLen, s.Slice(), VekStringFindLastNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_not_of(y.bytes, p)),
+    VEK_QUERY(FindLastNotOfChar, s.Byte(), VekStringFindLastNotOfChar(s.x, p, *y.ptr), s.m.find_last_not_of(y.bytes, p)),
+    // Substring search and find-and-replace
+    VEK_QUERY(FindFromPosCStrLen, s.Slice(), VekStringFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.find(y.bytes, p)),
+    VEK_QUERY(FindFromPosCStr, s.CStr(), VekStringFindFromPosCStr(s.x, p, y.ptr), s.m.find(y.bytes, p)),
+    VEK_QUERY(FindFromPos, s.Str(), VekStringFindFromPos(s.x, p, y.str), s.m.find(y.bytes, p)),
+    VEK_QUERY(FindCStrLen, s.Slice(), VekStringFindCStrLen(s.x, y.ptr, y.len), s.m.find(y.bytes)),
+    VEK_QUERY(FindCStr, s.CStr(), VekStringFindCStr(s.x, y.ptr), s.m.find(y.bytes)),
+    VEK_QUERY(Find, s.Str(), VekStringFind(s.x, y.str), s.m.find(y.bytes)),
+    VEK_QUERY(RFindFromPosCStrLen, s.Slice(), VekStringRFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.rfind(y.bytes, p)),
+    VEK_QUERY(RFindFromPosCStr, s.CStr(), VekStringRFindFromPosCStr(s.x, p, y.ptr), s.m.rfind(y.bytes, p)),
+    VEK_QUERY(RFindFromPos, s.Str(), VekStringRFindFromPos(s.x, p, y.str), s.m.rfind(y.bytes, p)),
+    VEK_QUERY(RFindCStrLen, s.Slice(), VekStringRFindCStrLen(s.x, y.ptr, y.len), s.m.rfind(y.bytes)),
+    VEK_QUERY(RFindCStr, s.CStr(), VekStringRFindCStr(s.x, y.ptr), s.m.rfind(y.bytes)),
+    VEK_QUERY(RFind, s.Str(), VekStringRFind(s.x, y.str), s.m.rfind(y.bytes)),
+    VEK_ROW(FindAndReplace, R::kExact, s.Str(), const Record with = s.Str(); ReplaceAll(s, y.bytes, with.bytes);
+            if (s.expect->size() > 4096) { s.expect = s.m; s.InPlace(); return true; } // too long to build
+            return Ok(VekStringFindAndReplace(s.x, y.str, with.str));),
+};
+// clang-format on
+
+} // namespace
+
+std::span<const Row> Rows()
+{
+    return kRows;
+}
+
+} // namespace vektest
