@@ -381,7 +381,7 @@ bool ViewsSpan(Step& s, const Record& y, VekSizeT p, VekSizeT n)
     if (s.x->capacity != 0 || p > s.m.size())
         return true;
     const char* at = s.x->buf + p;
-    s.expect = s.m.substr(p, n);
+    s.expect = s.m.substr(p, StdAt(n));
     const bool ok = Ok(VekStringConstructViewSubstring(s.x, s.x, p, n));
     s.Check(s.x->buf == at, "narrowing in place");
     return ok;
@@ -666,9 +666,9 @@ const Row kRows[] = {
     VEK_QUERY(CountCStrLen, s.Slice(), VekStringCountCStrLen(s.x, y.ptr, y.len), Occurrences(s.m, y.bytes)),
     VEK_QUERY(CountChar, s.Byte(), VEK_TWIN(VekStringCountChar, s.x, *y.ptr), Occurrences(s.m, y.bytes)),
     VEK_QUERY(FindChar, s.Byte(), VEK_TWIN(VekStringFindChar, s.x, *y.ptr), s.m.find(*y.ptr)),
-    VEK_QUERY(FindFromPosChar, s.Byte(), VEK_TWIN(VekStringFindFromPosChar, s.x, p, *y.ptr), s.m.find(*y.ptr, p)),
+    VEK_QUERY(FindFromPosChar, s.Byte(), VEK_TWIN(VekStringFindFromPosChar, s.x, p, *y.ptr), s.m.find(*y.ptr, sp)),
     VEK_QUERY(RFindChar, s.Byte(), VEK_TWIN(VekStringRFindChar, s.x, *y.ptr), s.m.rfind(*y.ptr)),
-    VEK_QUERY(RFindFromPosChar, s.Byte(), VEK_TWIN(VekStringRFindFromPosChar, s.x, p, *y.ptr), s.m.rfind(*y.ptr, p)),
+    VEK_QUERY(RFindFromPosChar, s.Byte(), VEK_TWIN(VekStringRFindFromPosChar, s.x, p, *y.ptr), s.m.rfind(*y.ptr, sp)),
     // Find-and-replace with literals and a count
     VEK_ROW(FindAndReplaceCStr, R::kExact, s.CStr(), const Operand with = s.CStr(); ReplaceAll(s, y.bytes, with.bytes);
             return Counted(s, y.bytes, [&](VekSizeT* count) { return VekStringFindAndReplaceCStr(s.x, y.ptr, with.ptr, count); });),
