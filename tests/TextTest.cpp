@@ -32,7 +32,7 @@ std::string Fields(const char* text, Split by)
                                  : VekStringNextWord(&x, &pos, &field);
         if (!more)
             return out;
-        out += "[" + Content(field) + "]";
+        out.append("[").append(Content(field)).append("]");
     }
     return out + "...";
 }

@@ -310,7 +310,7 @@ std::string Describe(const Spans& spans)
 {
     std::string out;
     for (const auto& [at, len] : spans)
-        out += " " + std::to_string(at) + "+" + std::to_string(len);
+        out.append(" ").append(std::to_string(at)).append("+").append(std::to_string(len));
     return out;
 }
 
