@@ -22,19 +22,25 @@
 #include "Peers.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
 #include <random>
 #include <vector>
 
+#include <strings.h>
+
 #include "Vek/Utils/VekPoolAllocator.h"
 
 #ifdef VEK_BENCH_HAVE_ABSL
 #include <absl/hash/hash.h>
+#include <absl/strings/ascii.h>
 #include <absl/strings/match.h>
 #include <absl/strings/str_cat.h>
 #include <absl/strings/str_replace.h>
+#include <absl/strings/str_split.h>
+#include <absl/strings/strip.h>
 #endif
 #ifdef VEK_BENCH_HAVE_FMT
 #include <fmt/format.h>
@@ -747,6 +753,627 @@ void Utf8ToUtf16MixedRow(Row& row, std::size_t length)
     Utf8ToUtf16Row(row, length, true);
 }
 
+// A row of the family: registered as S_name/length at every length.
+struct ShortRow {
+    const char* name;  // the benchmark is S_name/length
+    const char* title; // what one call does, for the report
+    void (*run)(Row& row, std::size_t length);
+};
+
+// ---------------------------------------------------------------------------
+// Text: views, fields, cuts, trimming, occurrences and case
+// ---------------------------------------------------------------------------
+//
+// The functions a parser calls on every line. The peers are what a parser
+// written with them calls: std::string_view's members, abseil's split,
+// strip, match and case functions, the C library, and Go-style loops over
+// memchr where Go's standard library would do just that.
+
+constexpr char kAsciiSpaces[] = " \t\n\v\f\r";
+
+// Replaced returns the word slices with every byte `from` written as `to`.
+std::vector<std::string> Replaced(std::size_t length, char from, char to)
+{
+    std::vector<std::string> out = WordSlices(length);
+    for (std::string& s : out)
+        std::replace(s.begin(), s.end(), from, to);
+    return out;
+}
+
+// CommaSpaced returns slices of the words joined by ", " instead of spaces.
+std::vector<std::string> CommaSpaced(std::size_t length)
+{
+    std::vector<std::string> out = WordSlices(2 * length);
+    for (std::string& s : out) {
+        std::string joined;
+        for (const char c : s)
+            joined += c == ' ' ? std::string(", ") : std::string(1, c);
+        s = joined.substr(0, length);
+    }
+    return out;
+}
+
+// Field folds a field found at p, n bytes long, in s into a split's digest.
+std::uint64_t Field(std::string_view s, const char* p, std::size_t n)
+{
+    const auto start = static_cast<std::size_t>(p - s.data());
+    return Word(start, start + n);
+}
+
+std::uint64_t Field(const VekString& s, const VekString& field)
+{
+    return Field(ViewOf(s), VekStringData(&field), VekStringSize(&field));
+}
+
+// SplitFind splits s at each separator find(from) locates, sep_len long.
+template <class Find> std::uint64_t SplitFind(std::string_view s, std::size_t sep_len, Find find)
+{
+    std::uint64_t digest = 0;
+    std::size_t start = 0;
+    for (std::size_t at; (at = find(start)) != std::string_view::npos; start = at + sep_len)
+        digest += Word(start, at);
+    return digest + Word(start, s.size());
+}
+
+// SplitMem splits s as Go's Split does, the next separator located by
+// index(p, n) over the rest (memchr or memmem), NULL when none is left.
+template <class Index> std::uint64_t SplitMem(std::string_view s, std::size_t sep_len, Index index)
+{
+    std::uint64_t digest = 0;
+    const char* p = s.data();
+    const char* end = s.data() + s.size();
+    for (const char* at; (at = static_cast<const char*>(index(p, end - p))) != nullptr;
+         p = at + sep_len)
+        digest += Field(s, p, static_cast<std::size_t>(at - p));
+    return digest + Field(s, p, static_cast<std::size_t>(end - p));
+}
+
+#ifdef VEK_BENCH_HAVE_ABSL
+template <class Delimiter, class... Predicate>
+std::uint64_t SplitAbsl(std::string_view s, Delimiter delimiter, Predicate... predicate)
+{
+    std::uint64_t digest = 0;
+    for (const absl::string_view field : absl::StrSplit(Absl(s), delimiter, predicate...))
+        digest += Field(s, field.data(), field.size());
+    return digest;
+}
+#endif
+
+void FieldsCharRow(Row& row, std::size_t length)
+{
+    const Strings x(Replaced(length, ' ', ','));
+    const std::size_t n = x.count();
+    row.Library("VekString", Each(n, [&](std::size_t i) {
+                    std::uint64_t digest = 0;
+                    VekSizeT pos = 0;
+                    VekString field;
+                    while (VekStringNextFieldChar(&x.vek[i], &pos, ',', &field))
+                        digest += Field(x.vek[i], field);
+                    return digest;
+                }));
+    row.Peer("std::string_view::find", Each(n, [&](std::size_t i) {
+                 const std::string_view s = x.view[i];
+                 return SplitFind(s, 1, [s](std::size_t from) { return s.find(',', from); });
+             }));
+    row.Peer("memchr loop", Each(n, [&](std::size_t i) {
+                 return SplitMem(x.view[i], 1, [](const char* p, std::size_t k) {
+                     return std::memchr(p, ',', k);
+                 });
+             }));
+#ifdef VEK_BENCH_HAVE_ABSL
+    row.Peer("absl::StrSplit", Each(n, [&](std::size_t i) { return SplitAbsl(x.view[i], ','); }));
+#endif
+    Finish(row);
+}
+
+void FieldsStringRow(Row& row, std::size_t length)
+{
+    const Strings x(CommaSpaced(length));
+    const std::size_t n = x.count();
+    row.Library("VekString", Each(n, [&](std::size_t i) {
+                    std::uint64_t digest = 0;
+                    VekSizeT pos = 0;
+                    VekString field;
+                    while (VekStringNextFieldCStrLen(&x.vek[i], &pos, ", ", 2, &field))
+                        digest += Field(x.vek[i], field);
+                    return digest;
+                }));
+    row.Peer("std::string_view::find", Each(n, [&](std::size_t i) {
+                 const std::string_view s = x.view[i];
+                 return SplitFind(s, 2, [s](std::size_t from) { return s.find(", ", from); });
+             }));
+    row.Peer("memmem loop", Each(n, [&](std::size_t i) {
+                 return SplitMem(x.view[i], 2, [](const char* p, std::size_t k) {
+                     return memmem(p, k, ", ", 2);
+                 });
+             }));
+#ifdef VEK_BENCH_HAVE_ABSL
+    row.Peer("absl::StrSplit", Each(n, [&](std::size_t i) { return SplitAbsl(x.view[i], ", "); }));
+#endif
+    Finish(row);
+}
+
+// kSpaceTable is Go's asciiSpace: a table lookup per byte.
+constexpr auto kSpaceTable = [] {
+    std::array<bool, 256> table{};
+    for (const char* p = kAsciiSpaces; *p != '\0'; ++p)
+        table[static_cast<unsigned char>(*p)] = true;
+    return table;
+}();
+
+bool IsSpace(char c)
+{
+    return kSpaceTable[static_cast<unsigned char>(c)];
+}
+
+void WordsRow(Row& row, std::size_t length)
+{
+    const Strings x(WordSlices(length));
+    const std::size_t n = x.count();
+    row.Library("VekString", Each(n, [&](std::size_t i) {
+                    std::uint64_t digest = 0;
+                    VekSizeT pos = 0;
+                    VekString word;
+                    while (VekStringNextWord(&x.vek[i], &pos, &word))
+                        digest += Field(x.vek[i], word);
+                    return digest;
+                }));
+    row.Peer("std::string_view", Each(n, [&](std::size_t i) {
+                 const std::string_view s = x.view[i];
+                 return SplitWith(
+                     s.size(),
+                     [s](std::size_t pos) { return s.find_first_not_of(kAsciiSpaces, pos); },
+                     [s](std::size_t pos) { return s.find_first_of(kAsciiSpaces, pos); });
+             }));
+    row.Peer("Go-style table loop", Each(n, [&](std::size_t i) {
+                 const std::string_view s = x.view[i];
+                 std::uint64_t digest = 0;
+                 for (std::size_t at = 0; at < s.size();) {
+                     while (at < s.size() && IsSpace(s[at]))
+                         ++at;
+                     const std::size_t start = at;
+                     while (at < s.size() && !IsSpace(s[at]))
+                         ++at;
+                     digest += start < at ? Word(start, at) : 0;
+                 }
+                 return digest;
+             }));
+#ifdef VEK_BENCH_HAVE_ABSL
+    row.Peer("absl::StrSplit", Each(n, [&](std::size_t i) {
+                 return SplitAbsl(x.view[i], absl::ByAnyChar(kAsciiSpaces), absl::SkipEmpty());
+             }));
+#endif
+    Finish(row);
+}
+
+// A cut's digest: where the part before ends and the part after starts.
+std::uint64_t CutDigest(std::size_t before, std::size_t after_at, bool found)
+{
+    return (before * 31 + after_at) * 2 + (found ? 1 : 0);
+}
+
+void CutRow(Row& row, std::size_t length, const std::string& sep)
+{
+    const Strings x(Planted(length, sep, length / 2));
+    const std::size_t n = x.count();
+    const char* sep_p = sep.data();
+    const std::size_t sep_n = sep.size();
+    row.Library("VekString", Each(n, [&, sep_p, sep_n](std::size_t i) {
+                    VekString before, after;
+                    const bool found =
+                        sep_n == 1 ? VekStringCutChar(&x.vek[i], *sep_p, &before, &after)
+                                   : VekStringCutCStrLen(&x.vek[i], sep_p, sep_n, &before, &after);
+                    return CutDigest(
+                        VekStringSize(&before),
+                        static_cast<std::size_t>(VekStringData(&after) - VekStringData(&x.vek[i])),
+                        found);
+                }));
+    row.Peer("std::string_view::find", Each(n, [&, sep_n](std::size_t i) {
+                 const std::string_view s = x.view[i];
+                 const std::size_t at = sep_n == 1 ? s.find(sep[0]) : s.find(sep);
+                 const bool found = at != std::string_view::npos;
+                 const std::string_view before = s.substr(0, found ? at : s.size());
+                 const std::string_view after = found ? s.substr(at + sep_n) : s.substr(s.size());
+                 return CutDigest(before.size(), static_cast<std::size_t>(after.data() - s.data()),
+                                  found);
+             }));
+    row.Peer(sep_n == 1 ? "memchr" : "memmem", Each(n, [&, sep_p, sep_n](std::size_t i) {
+                 const std::string_view s = x.view[i];
+                 const void* hit = sep_n == 1 ? std::memchr(s.data(), *sep_p, s.size())
+                                              : memmem(s.data(), s.size(), sep_p, sep_n);
+                 const std::size_t at =
+                     hit == nullptr
+                         ? s.size()
+                         : static_cast<std::size_t>(static_cast<const char*>(hit) - s.data());
+                 return CutDigest(at, hit == nullptr ? s.size() : at + sep_n, hit != nullptr);
+             }));
+    Finish(row);
+}
+
+void CutCharRow(Row& row, std::size_t length)
+{
+    CutRow(row, length, "=");
+}
+
+void CutStringRow(Row& row, std::size_t length)
+{
+    CutRow(row, length, ": ");
+}
+
+// Padded returns the word slices with whitespace over their first and last
+// three bytes.
+std::vector<std::string> Padded(std::size_t length)
+{
+    std::vector<std::string> out = WordSlices(length);
+    for (std::string& s : out) {
+        s.replace(0, 3, " \t ");
+        s.replace(s.size() - 3, 3, "\r\n ");
+    }
+    return out;
+}
+
+// A trim's digest: where what remains starts, and its length.
+std::uint64_t TrimDigest(std::string_view s, std::string_view kept)
+{
+    return static_cast<std::uint64_t>(kept.data() - s.data()) * 31 + kept.size();
+}
+
+void TrimRow(Row& row, std::size_t length)
+{
+    const Strings x(Padded(length));
+    const std::size_t n = x.count();
+    row.Library("VekString", Each(n, [&](std::size_t i) {
+                    VekString view;
+                    VekStringConstructViewSubstring(&view, &x.vek[i], 0, VekStringNpos);
+                    VekStringTrim(&view);
+                    return TrimDigest(ViewOf(x.vek[i]), ViewOf(view));
+                }));
+    row.Peer("std::string_view", Each(n, [&](std::size_t i) {
+                 const std::string_view s = x.view[i];
+                 const std::size_t start = std::min(s.find_first_not_of(kAsciiSpaces), s.size());
+                 const std::size_t last = s.find_last_not_of(kAsciiSpaces);
+                 const std::size_t end = last == std::string_view::npos ? start : last + 1;
+                 return TrimDigest(s, s.substr(start, end - start));
+             }));
+    row.Peer("Go-style table loop", Each(n, [&](std::size_t i) {
+                 const std::string_view s = x.view[i];
+                 std::size_t start = 0, end = s.size();
+                 while (start < end && IsSpace(s[start]))
+                     ++start;
+                 while (end > start && IsSpace(s[end - 1]))
+                     --end;
+                 return TrimDigest(s, s.substr(start, end - start));
+             }));
+    // The same loop reading the library's 32-byte records instead of
+    // 16-byte views, which sets the floor of any trim over a set of them.
+    row.Aside("Go-style table loop on the records", Each(n, [&](std::size_t i) {
+                  const std::string_view s = ViewOf(x.vek[i]);
+                  std::size_t start = 0, end = s.size();
+                  while (start < end && IsSpace(s[start]))
+                      ++start;
+                  while (end > start && IsSpace(s[end - 1]))
+                      --end;
+                  return TrimDigest(s, s.substr(start, end - start));
+              }));
+#ifdef VEK_BENCH_HAVE_ABSL
+    row.Peer("absl::StripAsciiWhitespace", Each(n, [&](std::size_t i) {
+                 const absl::string_view kept = absl::StripAsciiWhitespace(Absl(x.view[i]));
+                 return TrimDigest(x.view[i], std::string_view(kept.data(), kept.size()));
+             }));
+#endif
+    Finish(row);
+}
+
+// PrefixRow tests whether each string begins (or ends) with a piece of its
+// own bytes, held apart: half of the pieces have their last byte changed.
+void PrefixRow(Row& row, std::size_t length, bool suffix)
+{
+    const Strings x(WordSlices(length));
+    const std::size_t n = x.count();
+    const std::size_t k = std::min<std::size_t>(length / 2, 12);
+    std::vector<std::string> pieces;
+    for (std::size_t i = 0; i < n; ++i) {
+        pieces.push_back(suffix ? x.std[i].substr(length - k) : x.std[i].substr(0, k));
+        if (i % 2 == 1)
+            pieces.back().back() ^= 1;
+    }
+    row.Library("VekString", Each(n, [&, suffix](std::size_t i) {
+                    const std::string& y = pieces[i];
+                    return suffix ? VekStringEndsWithCStrLen(&x.vek[i], y.data(), y.size())
+                                  : VekStringStartsWithCStrLen(&x.vek[i], y.data(), y.size());
+                }));
+    row.Peer(suffix ? "std::string_view::ends_with" : "std::string_view::starts_with",
+             Each(n, [&, suffix](std::size_t i) {
+                 return suffix ? x.view[i].ends_with(pieces[i]) : x.view[i].starts_with(pieces[i]);
+             }));
+    row.Peer("memcmp", Each(n, [&, suffix](std::size_t i) {
+                 const std::string_view s = x.view[i], y = pieces[i];
+                 return s.size() >= y.size() &&
+                        std::memcmp(s.data() + (suffix ? s.size() - y.size() : 0), y.data(),
+                                    y.size()) == 0;
+             }));
+#ifdef VEK_BENCH_HAVE_ABSL
+    row.Peer(suffix ? "absl::EndsWith" : "absl::StartsWith", Each(n, [&, suffix](std::size_t i) {
+                 const absl::string_view s = Absl(x.view[i]), y = Absl(pieces[i]);
+                 return suffix ? absl::EndsWith(s, y) : absl::StartsWith(s, y);
+             }));
+#endif
+    Finish(row);
+}
+
+void StartsWithRow(Row& row, std::size_t length)
+{
+    PrefixRow(row, length, false);
+}
+
+void EndsWithRow(Row& row, std::size_t length)
+{
+    PrefixRow(row, length, true);
+}
+
+void ContainsRow(Row& row, std::size_t length)
+{
+    const Strings x(WordSlices(length));
+    const std::size_t n = x.count();
+    row.Library("VekString", Each(n, [&](std::size_t i) {
+                    return VekStringContainsCStrLen(&x.vek[i], kNeedle.data(), kNeedle.size());
+                }));
+    row.Peer("std::string_view::find",
+             Each(n, [&](std::size_t i) { return x.view[i].find(kNeedle) != std::string::npos; }));
+    row.Peer("memmem", Each(n, [&](std::size_t i) {
+                 return memmem(x.view[i].data(), x.view[i].size(), kNeedle.data(),
+                               kNeedle.size()) != nullptr;
+             }));
+#ifdef VEK_BENCH_HAVE_ABSL
+    row.Peer("absl::StrContains",
+             Each(n, [&](std::size_t i) { return absl::StrContains(Absl(x.view[i]), kNeedle); }));
+#endif
+    Finish(row);
+}
+
+void CountCharRow(Row& row, std::size_t length)
+{
+    const Strings x(WordSlices(length));
+    const std::size_t n = x.count();
+    row.Library("VekString",
+                Each(n, [&](std::size_t i) { return VekStringCountChar(&x.vek[i], 'o'); }));
+    row.Peer("std::count", Each(n, [&](std::size_t i) {
+                 return static_cast<std::uint64_t>(
+                     std::count(x.view[i].begin(), x.view[i].end(), 'o'));
+             }));
+    row.Peer("memchr loop", Each(n, [&](std::size_t i) {
+                 const char* p = x.view[i].data();
+                 const char* end = p + x.view[i].size();
+                 std::uint64_t count = 0;
+                 for (; (p = static_cast<const char*>(std::memchr(p, 'o', end - p))) != nullptr;
+                      ++p)
+                     ++count;
+                 return count;
+             }));
+    Finish(row);
+}
+
+void CountStringRow(Row& row, std::size_t length)
+{
+    const Strings x(WordSlices(length));
+    const std::size_t n = x.count();
+    row.Library("VekString",
+                Each(n, [&](std::size_t i) { return VekStringCountCStrLen(&x.vek[i], "ow", 2); }));
+    row.Peer("std::string_view::find", Each(n, [&](std::size_t i) {
+                 std::uint64_t count = 0;
+                 for (std::size_t at = 0; (at = x.view[i].find("ow", at)) != std::string::npos;
+                      at += 2)
+                     ++count;
+                 return count;
+             }));
+    row.Peer("memmem loop", Each(n, [&](std::size_t i) {
+                 const char* p = x.view[i].data();
+                 const char* end = p + x.view[i].size();
+                 std::uint64_t count = 0;
+                 for (; (p = static_cast<const char*>(memmem(p, end - p, "ow", 2))) != nullptr;
+                      p += 2)
+                     ++count;
+                 return count;
+             }));
+    Finish(row);
+}
+
+void FindCharRow(Row& row, std::size_t length, bool backward)
+{
+    const Strings x(backward ? Planted(length, "\t", 1) : Filled(length, false, '\t'));
+    const std::size_t n = x.count();
+    row.Library("VekString", Each(n, [&, backward](std::size_t i) {
+                    return Found(backward ? VekStringRFindChar(&x.vek[i], '\t')
+                                          : VekStringFindChar(&x.vek[i], '\t'));
+                }));
+    row.Peer(backward ? "std::string_view::rfind" : "std::string_view::find",
+             Each(n, [&, backward](std::size_t i) {
+                 return Found(backward ? x.view[i].rfind('\t') : x.view[i].find('\t'));
+             }));
+    row.Peer(backward ? "memrchr" : "memchr", Each(n, [&, backward](std::size_t i) {
+                 const std::string_view s = x.view[i];
+                 return Found(backward ? memrchr(s.data(), '\t', s.size())
+                                       : std::memchr(s.data(), '\t', s.size()),
+                              s);
+             }));
+    Finish(row);
+}
+
+void FindCharRow(Row& row, std::size_t length)
+{
+    FindCharRow(row, length, false);
+}
+
+void RFindCharRow(Row& row, std::size_t length)
+{
+    FindCharRow(row, length, true);
+}
+
+// MixedCase returns the word slices with every third letter a capital.
+std::vector<std::string> MixedCase(std::size_t length)
+{
+    std::vector<std::string> out = WordSlices(length);
+    for (std::string& s : out)
+        for (std::size_t k = 0; k < s.size(); k += 3)
+            s[k] = s[k] >= 'a' && s[k] <= 'z' ? static_cast<char>(s[k] - 32) : s[k];
+    return out;
+}
+
+char LowerAscii(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+}
+
+// Each contender lowers its own strings in place, the same work every run.
+void ToLowerRow(Row& row, std::size_t length)
+{
+    Strings x(MixedCase(length));
+    const std::size_t n = x.count();
+    row.Library("VekString", Each(n, [&](std::size_t i) {
+                    VekStringToLowerAscii(&x.vek[i]);
+                    return Mix(VekStringData(&x.vek[i]), VekStringSize(&x.vek[i]));
+                }));
+    row.Peer("std::transform", Each(n, [&](std::size_t i) {
+                 std::string& s = x.std[i];
+                 std::transform(s.begin(), s.end(), s.begin(), LowerAscii);
+                 return Mix(s);
+             }));
+#ifdef VEK_BENCH_HAVE_ABSL
+    std::vector<std::string> absl_copies = x.std;
+    row.Peer("absl::AsciiStrToLower", Each(n, [&](std::size_t i) {
+                 absl::AsciiStrToLower(&absl_copies[i]);
+                 return Mix(absl_copies[i]);
+             }));
+#endif
+    Finish(row);
+}
+
+// CaseRow compares each string with a copy in other case, equal in half of
+// the pairs and differing in the last byte in the others. strncasecmp is
+// shown beside, not compared: it stops at the first NUL and folds by the
+// locale, so it answers another question; glibc runs it with AVX2 or
+// AVX-512 where the processor has them.
+void CaseRow(Row& row, std::size_t length, bool order)
+{
+    std::vector<std::string> upper = WordSlices(length);
+    for (std::size_t i = 0; i < upper.size(); ++i) {
+        for (char& c : upper[i])
+            c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+        if (i % 2 == 1)
+            upper[i].back() ^= 1;
+    }
+    const Strings x(WordSlices(length)), y(upper);
+    const std::size_t n = x.count();
+    auto sign = [](int r) { return SignDigest(r); };
+    row.Library("VekString", Each(n, [&, order](std::size_t i) {
+                    const VekString* b = &y.vek[i];
+                    return order ? sign(VekStringCompareIgnoringCaseAsciiCStrLen(
+                                       &x.vek[i], VekStringData(b), VekStringSize(b)))
+                                 : VekStringEqualIgnoringCaseAsciiCStrLen(
+                                       &x.vek[i], VekStringData(b), VekStringSize(b));
+                }));
+    row.Aside("strncasecmp", Each(n, [&, order](std::size_t i) {
+                  const std::string_view a = x.view[i], b = y.view[i];
+                  if (!order)
+                      return static_cast<std::uint64_t>(
+                          a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0);
+                  const int r = strncasecmp(a.data(), b.data(), std::min(a.size(), b.size()));
+                  return sign(r != 0 ? r : (a.size() > b.size()) - (a.size() < b.size()));
+              }));
+    if (order) {
+        row.Peer("std::lexicographical_compare", Each(n, [&](std::size_t i) {
+                     const std::string_view a = x.view[i], b = y.view[i];
+                     const auto less = [](char p, char q) {
+                         return static_cast<unsigned char>(LowerAscii(p)) <
+                                static_cast<unsigned char>(LowerAscii(q));
+                     };
+                     if (std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), less))
+                         return sign(-1);
+                     return sign(std::lexicographical_compare(b.begin(), b.end(), a.begin(),
+                                                              a.end(), less));
+                 }));
+    } else {
+        row.Peer("Go-style loop", Each(n, [&](std::size_t i) {
+                     const std::string_view a = x.view[i], b = y.view[i];
+                     if (a.size() != b.size())
+                         return false;
+                     for (std::size_t k = 0; k < a.size(); ++k)
+                         if (LowerAscii(a[k]) != LowerAscii(b[k]))
+                             return false;
+                     return true;
+                 }));
+#ifdef VEK_BENCH_HAVE_ABSL
+        row.Peer("absl::EqualsIgnoreCase", Each(n, [&](std::size_t i) {
+                     return absl::EqualsIgnoreCase(Absl(x.view[i]), Absl(y.view[i]));
+                 }));
+#endif
+    }
+    Finish(row);
+}
+
+void EqualIgnoringCaseRow(Row& row, std::size_t length)
+{
+    CaseRow(row, length, false);
+}
+
+void CompareIgnoringCaseRow(Row& row, std::size_t length)
+{
+    CaseRow(row, length, true);
+}
+
+// ReplaceLiteralRow is the replace-all row with C strings, and the count.
+void ReplaceLiteralRow(Row& row, std::size_t length)
+{
+    std::vector<std::string> contents = WordSlices(length);
+    for (std::string& s : contents)
+        for (std::size_t at = 3; at + 2 <= s.size(); at += 16)
+            s.replace(at, 2, "ab");
+    const Strings x(contents);
+    const std::size_t n = x.count();
+    row.Library("VekString", Each(n, [&](std::size_t i) {
+                    VekBuilder b;
+                    VekSizeT count = 0;
+                    VekStringAppend(b.get(), &x.vek[i]);
+                    VekStringFindAndReplaceCStrLen(b.get(), "ab", 2, "xyz", 3, &count);
+                    return b.Digest() + count;
+                }));
+    row.Peer("std::string find/append loop", Each(n, [&](std::size_t i) {
+                 const std::string out = StdReplaceAll(x.std[i], "ab", "xyz");
+                 return Mix(out) + (out.size() - x.std[i].size());
+             }));
+#ifdef VEK_BENCH_HAVE_GLIB
+    row.Peer("g_string_replace", Each(n, [&](std::size_t i) {
+                 GString* s =
+                     g_string_new_len(x.view[i].data(), static_cast<gssize>(x.view[i].size()));
+                 const guint count = g_string_replace(s, "ab", "xyz", 0);
+                 const std::uint64_t digest = Mix(s->str, s->len) + count;
+                 g_string_free(s, TRUE);
+                 return digest;
+             }));
+#endif
+    Finish(row);
+}
+
+const ShortRow kTextRows[] = {
+    {"FieldsChar", "fields split on ','", FieldsCharRow},
+    {"FieldsString", "fields split on \", \"", FieldsStringRow},
+    {"Words", "words between ASCII whitespace", WordsRow},
+    {"CutChar", "cut once at '=', in the middle", CutCharRow},
+    {"CutString", "cut once at \": \", in the middle", CutStringRow},
+    {"Trim", "trim ASCII whitespace off a view", TrimRow},
+    {"StartsWith", "starts with its first 12 bytes, half changed", StartsWithRow},
+    {"EndsWith", "ends with its last 12 bytes, half changed", EndsWithRow},
+    {"Contains", "contains \"own=\", absent", ContainsRow},
+    {"CountChar", "count 'o'", CountCharRow},
+    {"CountString", "count \"ow\"", CountStringRow},
+    {"FindChar", "find '\\t', near the end", FindCharRow},
+    {"RFindChar", "rfind '\\t', near the start", RFindCharRow},
+    {"ToLower", "ASCII lower case in place", ToLowerRow},
+    {"EqualIgnoringCase", "equal ignoring ASCII case", EqualIgnoringCaseRow},
+    {"CompareIgnoringCase", "compare ignoring ASCII case", CompareIgnoringCaseRow},
+    {"ReplaceLiteral", "replace-all \"ab\" -> \"xyz\" with literals, counted", ReplaceLiteralRow},
+};
+
 // ---------------------------------------------------------------------------
 // Noise
 // ---------------------------------------------------------------------------
@@ -769,12 +1396,6 @@ void NoiseRow(Row& row, std::size_t length)
 // ---------------------------------------------------------------------------
 // Registration
 // ---------------------------------------------------------------------------
-
-struct ShortRow {
-    const char* name;  // the benchmark is S_name/length
-    const char* title; // what one call does, for the report
-    void (*run)(Row& row, std::size_t length);
-};
 
 const ShortRow kShortRows[] = {
     {"Equal", "equality, equal", EqualRow},
@@ -802,19 +1423,25 @@ const ShortRow kShortRows[] = {
 
 // Registered before main runs, like the rows of the other families, with the
 // length in the name: S_Equal/8 ... S_Equal/1024.
-[[maybe_unused]] const bool kShortRowsRegistered = [] {
-    for (const ShortRow& r : kShortRows) {
-        for (const std::size_t length : kLengths) {
-            const std::string name = std::string("S_") + r.name + "/" + std::to_string(length);
-            benchmark::RegisterBenchmark(name.c_str(),
-                                         [r, length](benchmark::State& state) {
-                                             Row row(state, r.title, length * SetCount(length));
-                                             r.run(row, length);
-                                         })
-                ->UseManualTime()
-                ->Unit(benchmark::kMicrosecond);
-        }
+void Register(const ShortRow& r)
+{
+    for (const std::size_t length : kLengths) {
+        const std::string name = std::string("S_") + r.name + "/" + std::to_string(length);
+        benchmark::RegisterBenchmark(name.c_str(),
+                                     [r, length](benchmark::State& state) {
+                                         Row row(state, r.title, length * SetCount(length));
+                                         r.run(row, length);
+                                     })
+            ->UseManualTime()
+            ->Unit(benchmark::kMicrosecond);
     }
+}
+
+[[maybe_unused]] const bool kShortRowsRegistered = [] {
+    for (const ShortRow& r : kShortRows)
+        Register(r);
+    for (const ShortRow& r : kTextRows)
+        Register(r);
     return true;
 }();
 

@@ -30,6 +30,7 @@ FAMILIES = {
     "W6": "W6: Unicode conversion",
     "W7": "W7: formatted appends",
     "W8": "W8: character-set search",
+    "W9": "W9: parsing a log",
     "S": "S: short strings",
 }
 # The short-string family: one row per operation and length, named

@@ -453,7 +453,8 @@ TEST(StringClass, ModuleAdditions)
     {
         vek::String s("a-b-c", alloc);
         EXPECT_TRUE(s.contains("-b") && s.contains('c') && !s.contains("x"));
-        EXPECT_EQ(s.replace_all("-", "--"), "a--b--c");
+        EXPECT_EQ(s.replace_all("-", "--"), 2u);
+        EXPECT_EQ(s, "a--b--c");
         s.resize_and_overwrite(10, [](char* p, std::size_t n) {
             std::memcpy(p + 7, "xyz", 3);
             return n - 1;
@@ -467,6 +468,44 @@ TEST(StringClass, ModuleAdditions)
         EXPECT_THROW(s.appendf("%s", "long enough to grow"), std::bad_alloc);
         EXPECT_THROW(vek::String::format(alloc, "%d", 1), std::bad_alloc);
         EXPECT_EQ(s, "a--");
+    }
+    EXPECT_TRUE(alloc.IsClean());
+}
+
+std::string Bracketed(const vek::Fields& fields)
+{
+    std::string out;
+    for (std::string_view f : fields)
+        out.append("[").append(f).append("]");
+    return out;
+}
+
+TEST(StringClass, TrimsFoldsCountsAndSplitsInPlace)
+{
+    RecordingAllocator alloc;
+    {
+        vek::String s(" \tKey: a,,b \r\n", alloc);
+        EXPECT_EQ(s.trim(), "Key: a,,b");
+        std::string_view key, value;
+        EXPECT_TRUE(s.cut(": ", key, value) && key == "Key" && value == "a,,b");
+        EXPECT_FALSE(s.cut("=", key, value) || key != s || !value.empty());
+        EXPECT_EQ(Bracketed(s.fields(',')), "[Key: a][][b]");
+        EXPECT_EQ(Bracketed(s.fields(": ")), "[Key][a,,b]");
+        EXPECT_EQ(Bracketed(s.fields_any_of(":,")), "[Key][ a][][b]");
+        EXPECT_EQ(Bracketed(vek::String(" a \n b ").words()), "[a][b]");
+        EXPECT_EQ(Bracketed(vek::String().fields(',')), "[]");
+        EXPECT_EQ(s.count(','), 2u);
+        EXPECT_EQ(s.count(""), s.size() + 1);
+        EXPECT_EQ(s.replace_all(",", ";"), 2u);
+        EXPECT_TRUE(s.iequals("KEY: A;;B") && s.icompare("key: a;;c") < 0);
+        EXPECT_EQ(s.to_upper(), "KEY: A;;B");
+        EXPECT_EQ(s.to_lower().trim_left("ke").trim_right(";b"), "y: a");
+        EXPECT_EQ(s.trim("a :y"), "");
+        alloc.ClearEvents();
+        s = "z";
+        alloc.RefuseAll();
+        EXPECT_THROW(s.replace_all("z", "zz"), std::bad_alloc);
+        EXPECT_EQ(s, "z");
     }
     EXPECT_TRUE(alloc.IsClean());
 }

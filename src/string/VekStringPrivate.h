@@ -207,4 +207,11 @@ static inline VekBool StringDoReallocate(VekString* x, VekSizeT capacity, VekSiz
     return StringDoReallocate3(x, capacity, pos, n, dstPos, 0, 0, 0, 0, 0, 0);
 }
 
+// StringFindAndReplace is find-and-replace with its operands as pointers and
+// lengths (VekStringSearch.cpp), which every public form calls. On success it
+// stores the number of occurrences replaced in *count, unless count is NULL;
+// a failure leaves *count alone.
+VekString* StringFindAndReplace(VekString* x, const char* find, VekSizeT find_len,
+                                const char* replace, VekSizeT replace_len, VekSizeT* count);
+
 #endif // VEK_SRC_STRING_VEKSTRINGPRIVATE_H

@@ -150,30 +150,33 @@ static VekBool StringObtainCopyBlock(VekString* out, const VekString* x)
     return x->size == 0 || StringDoReallocate(out, x->size, 0, 0, 0);
 }
 
-// StringWriteReplaced writes x's content with every occurrence of find
-// replaced into out's block, which is the copy's block to begin with. written
-// counts the result bytes in out's block, next the first byte of x not yet
-// carried over. False when a growth was refused; out then holds whatever
-// block it has, to be destroyed by the caller.
-static VekBool StringWriteReplaced(VekString* out, const VekString* x, const VekString* find,
-                                   const VekString* replace)
+// StringWriteReplaced writes x's content with every occurrence of the
+// find_len bytes at find replaced into out's block, which is the copy's block
+// to begin with, and counts the replacements in *replaced. written counts the
+// result bytes in out's block, next the first byte of x not yet carried over.
+// False when a growth was refused; out then holds whatever block it has, to
+// be destroyed by the caller.
+static VekBool StringWriteReplaced(VekString* out, const VekString* x, const char* find,
+                                   VekSizeT find_len, const char* replace, VekSizeT replace_len,
+                                   VekSizeT* replaced)
 {
     VekSizeT written = 0;
     VekSizeT next = 0;
-    for (VekSizeT at = VekStringFind(x, find); at != VekStringNpos;
-         at = VekStringFindFromPos(x, next, find)) {
+    for (VekSizeT at = VekStringFindCStrLen(x, find, find_len); at != VekStringNpos;
+         at = VekStringFindFromPosCStrLen(x, next, find, find_len)) {
         const VekSizeT copy_size = written + (x->size - next);
         VekSizeT new_size;
-        if (!StringAddSizes(copy_size - find->size, replace->size, &new_size))
+        if (!StringAddSizes(copy_size - find_len, replace_len, &new_size))
             return VEK_FALSE;
         if (new_size > out->capacity &&
             !StringDoReallocate(out, StringGrownCapacity(out, new_size), 0, written, 0))
             return VEK_FALSE;
         CopyBuffer(out->buf, written, at - next, x->buf, next);
         written += at - next;
-        CopyBuffer(out->buf, written, replace->size, replace->buf, 0);
-        written += replace->size;
-        next = at + find->size;
+        CopyBuffer(out->buf, written, replace_len, replace, 0);
+        written += replace_len;
+        next = at + find_len;
+        ++*replaced;
     }
     CopyBuffer(out->buf, written, x->size - next, x->buf, next);
     StringSetSize(out, written + (x->size - next));
@@ -181,21 +184,33 @@ static VekBool StringWriteReplaced(VekString* out, const VekString* x, const Vek
 }
 
 // All or nothing: x is written only by the final swap, which is also why find
-// and replace may be x itself. An empty find would match again at every
+// and replace may lie inside x. An empty find would match again at every
 // resume position and never end, so it changes nothing and costs nothing.
+VekString* StringFindAndReplace(VekString* x, const char* find, VekSizeT find_len,
+                                const char* replace, VekSizeT replace_len, VekSizeT* count)
+{
+    VekSizeT replaced = 0;
+    if (find_len != 0) {
+        VekString x_;
+        if (!StringObtainCopyBlock(&x_, x))
+            return nullptr;
+        const bool ok =
+            StringWriteReplaced(&x_, x, find, find_len, replace, replace_len, &replaced);
+        if (ok)
+            VekStringSwap(x, &x_);
+        VekStringDestruct(&x_);
+        if (!ok)
+            return nullptr;
+    }
+    if (count != nullptr)
+        *count = replaced;
+    return x;
+}
+
 VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
                                    const VekString* replace) noexcept
 {
-    if (find->size == 0)
-        return x;
-    VekString x_;
-    if (!StringObtainCopyBlock(&x_, x))
-        return nullptr;
-    VekString* r = StringWriteReplaced(&x_, x, find, replace) ? x : nullptr;
-    if (r != nullptr)
-        VekStringSwap(x, &x_);
-    VekStringDestruct(&x_);
-    return r;
+    return StringFindAndReplace(x, find->buf, find->size, replace->buf, replace->size, nullptr);
 }
 
 // ------------------------------------------------------------------------

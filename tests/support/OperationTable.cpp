@@ -215,6 +215,232 @@ void ReplaceAll(Step& s, const std::string& find, const std::string& with)
     s.trace = Join(trace, Blocks(0, s.x->capacity));
 }
 
+// ------------------------------------------------------------ text families
+
+std::string Lower(std::string t)
+{
+    for (char& c : t)
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+    return t;
+}
+
+std::string Upper(std::string t)
+{
+    for (char& c : t)
+        c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+    return t;
+}
+
+int Sign(long long v)
+{
+    return (v > 0) - (v < 0);
+}
+
+// Occurrences counts the needles that do not overlap, left to right; the
+// empty needle stands at every position, the end included.
+std::size_t Occurrences(const std::string& m, const std::string& y)
+{
+    if (y.empty())
+        return m.size() + 1;
+    std::size_t n = 0;
+    for (std::size_t at = m.find(y); at != std::string::npos; at = m.find(y, at + y.size()))
+        ++n;
+    return n;
+}
+
+// A field or a cut is where it stands in x: offset and length.
+using Spans = std::vector<std::pair<VekSizeT, VekSizeT>>;
+
+// Splits cuts m, from start, at each separator next(from) finds (npos: no
+// more), each len bytes long: every separator ends one field and begins the
+// next. A start beyond the end gives nothing.
+template <class Next> Spans Splits(const std::string& m, VekSizeT start, std::size_t len, Next next)
+{
+    Spans out;
+    if (start > m.size())
+        return out;
+    std::size_t from = static_cast<std::size_t>(start);
+    for (std::size_t at; (at = next(from)) != std::string::npos; from = at + len)
+        out.emplace_back(from, at - from);
+    out.emplace_back(from, m.size() - from);
+    return out;
+}
+
+// SplitBy splits at a separator string; the empty one stands between every
+// two bytes.
+Spans SplitBy(const std::string& m, VekSizeT start, const std::string& sep)
+{
+    if (sep.empty())
+        return Splits(m, start, 0, [&](std::size_t from) {
+            return from + 1 < m.size() ? from + 1 : std::string::npos;
+        });
+    return Splits(m, start, sep.size(), [&](std::size_t from) { return m.find(sep, from); });
+}
+
+Spans SplitByAnyOf(const std::string& m, VekSizeT start, const std::string& set)
+{
+    return Splits(m, start, 1, [&](std::size_t from) { return m.find_first_of(set, from); });
+}
+
+const std::string kSpaces = " \t\n\v\f\r";
+
+Spans Words(const std::string& m, VekSizeT start)
+{
+    Spans out;
+    for (std::size_t at = static_cast<std::size_t>(std::min<VekSizeT>(start, m.size()));
+         (at = m.find_first_not_of(kSpaces, at)) != std::string::npos;) {
+        const std::size_t end = std::min(m.find_first_of(kSpaces, at), m.size());
+        out.emplace_back(at, end - at);
+        at = end;
+    }
+    return out;
+}
+
+// SpanIn is where view v stands in x, or (npos, 0) when it is no view of x's
+// bytes with x's allocator.
+std::pair<VekSizeT, VekSizeT> SpanIn(const VekString& v, const VekString& x)
+{
+    if (v.capacity != 0 || v.allocator != x.allocator || v.buf < x.buf ||
+        v.buf + v.size > x.buf + x.size)
+        return {kNpos, 0};
+    return {static_cast<VekSizeT>(v.buf - x.buf), v.size};
+}
+
+std::string Describe(const Spans& spans)
+{
+    std::string out;
+    for (const auto& [at, len] : spans)
+        out.append(" ").append(std::to_string(at)).append("+").append(std::to_string(len));
+    return out;
+}
+
+// Yields checks the fields next(&pos, &field) gives from start: views of x's
+// bytes, as want says, and once they are spent a call that changes nothing.
+// The loop is bounded, so a cursor that stops moving is a finding, not a hang.
+template <class Next> bool Yields(Step& s, VekSizeT start, const Spans& want, Next next)
+{
+    Spans got;
+    VekSizeT pos = start;
+    VekString field{};
+    while (got.size() <= s.m.size() + 1 && next(&pos, &field))
+        got.push_back(SpanIn(field, *s.x));
+    const VekString last = field;
+    const VekSizeT end = pos;
+    s.Check(got == want, "fields" + Describe(got) + ", want" + Describe(want));
+    s.Check(!next(&pos, &field) && pos == end && field.buf == last.buf && field.size == last.size,
+            "a call after the last field must change nothing");
+    s.expect = s.m;
+    return true;
+}
+
+// Cuts checks cut(in, before, after) against a separator of len bytes at
+// `at` (npos: none), then with no outputs, and with a record viewing x's
+// bytes as its own output.
+template <class Cut> bool Cuts(Step& s, std::size_t at, std::size_t len, Cut cut)
+{
+    const bool found = at != std::string::npos;
+    const VekSizeT size = s.m.size(), end = found ? at : size, rest = found ? at + len : size;
+    VekString before{}, after{}, self = *s.x;
+    self.capacity = 0;
+    s.Check(cut(s.x, &before, &after) == found, found ? "must find" : "must not find");
+    const Spans got{SpanIn(before, *s.x), SpanIn(after, *s.x)}, want{{0, end}, {rest, size - rest}};
+    s.Check(got == want, "cut" + Describe(got) + ", want" + Describe(want));
+    s.Check(cut(&self, nullptr, &self) == found && self.buf == after.buf && self.size == after.size,
+            "cutting a view into itself must leave the rest");
+    s.Check(cut(s.x, nullptr, nullptr) == found, "the outputs may be NULL");
+    s.expect = s.m;
+    return true;
+}
+
+// Viewed checks a view v of bytes at p made with allocator a; a view of no
+// bytes is the empty string on the shared byte.
+bool Viewed(Step& s, const VekString* r, const VekString& v, const char* p,
+            const std::string& bytes)
+{
+    s.Check(r == &v && v.capacity == 0 && v.allocator == s.a && Content(v) == bytes &&
+                v.buf == (bytes.empty() ? vekStringEmpty_ : p),
+            "a view of the bytes");
+    s.expect = s.m;
+    return true;
+}
+
+// ViewsSpan makes a view of a span of y, then narrows x to the span (p, n)
+// of itself when x owns no block.
+bool ViewsSpan(Step& s, const Record& y, VekSizeT p, VekSizeT n)
+{
+    VekString v{};
+    const std::optional<std::string> want = Sub(y.bytes, y.pos, y.count);
+    const VekString* r = s.Twin() ? VekStringConstructViewSubstring(&v, y.str, y.pos, y.count)
+                                  : (VekStringConstructViewSubstring)(&v, y.str, y.pos, y.count);
+    s.Check(want ? r == &v && v.buf == y.str->buf + y.pos && Content(v) == *want
+                 : r == nullptr && v.buf == vekStringEmpty_ && v.size == 0,
+            "a view of the span, or the empty string when it starts beyond the end");
+    s.Check(v.capacity == 0 && v.allocator == y.str->allocator, "a view with str's allocator");
+    s.expect = s.m;
+    s.InPlace();
+    if (s.x->capacity != 0 || p > s.m.size())
+        return true;
+    const char* at = s.x->buf + p;
+    s.expect = s.m.substr(p, StdAt(n));
+    const bool ok = Ok(VekStringConstructViewSubstring(s.x, s.x, p, n));
+    s.Check(s.x->buf == at, "narrowing in place");
+    return ok;
+}
+
+enum Ends { kLeft = 1, kRight = 2, kBoth = 3 };
+
+// Trimmed states what trimming the set off the given ends leaves, with no
+// allocator call, and returns where the kept bytes start; trimmed to
+// nothing, they are empty where the trimming ended.
+VekSizeT Trimmed(Step& s, const std::string& set, int ends)
+{
+    const std::string& m = s.m;
+    const std::size_t start = ends & kLeft ? std::min(m.find_first_not_of(set), m.size()) : 0;
+    const std::size_t last = m.find_last_not_of(set);
+    const std::size_t end = ends & kRight ? (last == std::string::npos ? 0 : last + 1) : m.size();
+    s.expect = m.substr(start, std::max(start, end) - start);
+    s.InPlace();
+    return start;
+}
+
+// Narrowed checks that trimming kept an owned block where it was and moved a
+// view's start to the kept bytes.
+bool Narrowed(Step& s, const VekString* r, const char* was, VekSizeT start)
+{
+    s.Check(r == s.x && s.x->buf == (s.x->capacity != 0 ? was : was + start),
+            "an owned block stays, a view narrows");
+    return true;
+}
+
+// Cased: converting an owned string writes in place; a view is copied into a
+// block of exactly its size first.
+void Cased(Step& s, std::string content)
+{
+    s.expect = std::move(content);
+    if (s.x->capacity == 0 && !s.m.empty())
+        s.Reallocates(s.m.size());
+    else
+        s.InPlace();
+}
+
+// Counted runs a literal find-and-replace whose result ReplaceAll stated,
+// with or without a count, which must hold the occurrences replaced after a
+// success and be left alone by a failure.
+template <class Call> bool Counted(Step& s, const std::string& find, Call call)
+{
+    if (s.expect->size() > 4096) { // too long to build
+        s.expect = s.m;
+        s.InPlace();
+        return true;
+    }
+    VekSizeT count = kNpos;
+    const bool counts = !s.in.OneIn(4);
+    const bool ok = Ok(call(counts ? &count : nullptr));
+    s.Check(count == (ok && counts ? (find.empty() ? 0 : Occurrences(s.m, find)) : kNpos),
+            "the count of replacements");
+    return ok;
+}
+
 // Iterates checks the iterator an edit returned: at offset `at` of the
 // buffer that holds the content afterwards, or NULL on failure.
 bool Iterates(Step& s, VekStringIterator it, VekSizeT at)
@@ -243,6 +469,12 @@ bool Iterates(Step& s, VekStringIterator it, VekSizeT at)
 // A query: the call and what std::string gives.
 #define VEK_QUERY(name, maker, call, want)                                                       \
     VEK_ROW(name, R::kQuery, maker, s.expect = s.m; s.Same(call, want); return true;)
+
+// A function with an inline fast path, called as one or the other.
+#define VEK_TWIN(f, ...) (s.Twin() ? f(__VA_ARGS__) : (f)(__VA_ARGS__))
+#define VEK_TRIM(name, maker, set, ends, call)                                                   \
+    VEK_ROW(name, R::kExact, maker, const char* was = s.x->buf;                                 \
+            const VekSizeT start = Trimmed(s, set, ends); return Narrowed(s, call, was, start);)
 
 const Row kRows[] = {
     // Construction, moves and capacity
@@ -377,6 +609,71 @@ const Row kRows[] = {
     VEK_ROW(FindAndReplace, R::kExact, s.Str(), const Record with = s.Str(); ReplaceAll(s, y.bytes, with.bytes);
             if (s.expect->size() > 4096) { s.expect = s.m; s.InPlace(); return true; } // too long to build
             return Ok(VekStringFindAndReplace(s.x, y.str, with.str));),
+    // Views, fields and cuts
+    VEK_ROW(ConstructViewCStrLen, R::kQuery, s.Slice(), VekString v{};
+            return Viewed(s, VEK_TWIN(VekStringConstructViewCStrLen, &v, y.ptr, y.len, s.a), v, y.ptr, y.bytes);),
+    VEK_ROW(ConstructViewCStr, R::kQuery, s.CStr(), VekString v{};
+            return Viewed(s, VEK_TWIN(VekStringConstructViewCStr, &v, y.ptr, s.a), v, y.ptr, y.bytes);),
+    VEK_ROW(ConstructViewSubstring, R::kExact, s.Str(), return ViewsSpan(s, y, p, n);),
+    VEK_ROW(NextField, R::kQuery, s.Str(), return Yields(s, p, SplitBy(s.m, p, y.bytes), [&](VekSizeT* at, VekString* f) { return VekStringNextField(s.x, at, y.str, f); });),
+    VEK_ROW(NextFieldCStr, R::kQuery, s.CStr(), return Yields(s, p, SplitBy(s.m, p, y.bytes), [&](VekSizeT* at, VekString* f) { return VekStringNextFieldCStr(s.x, at, y.ptr, f); });),
+    VEK_ROW(NextFieldCStrLen, R::kQuery, s.Slice(), return Yields(s, p, SplitBy(s.m, p, y.bytes), [&](VekSizeT* at, VekString* f) { return VekStringNextFieldCStrLen(s.x, at, y.ptr, y.len, f); });),
+    VEK_ROW(NextFieldChar, R::kQuery, s.Byte(), return Yields(s, p, SplitBy(s.m, p, y.bytes), [&](VekSizeT* at, VekString* f) { return VEK_TWIN(VekStringNextFieldChar, s.x, at, *y.ptr, f); });),
+    VEK_ROW(NextFieldAnyOfCStr, R::kQuery, s.CStr(), return Yields(s, p, SplitByAnyOf(s.m, p, y.bytes), [&](VekSizeT* at, VekString* f) { return VekStringNextFieldAnyOfCStr(s.x, at, y.ptr, f); });),
+    VEK_ROW(NextFieldAnyOfCStrLen, R::kQuery, s.Slice(), return Yields(s, p, SplitByAnyOf(s.m, p, y.bytes), [&](VekSizeT* at, VekString* f) { return VekStringNextFieldAnyOfCStrLen(s.x, at, y.ptr, y.len, f); });),
+    VEK_ROW(NextWord, R::kQuery, s.Byte(), return Yields(s, p, Words(s.m, p), [&](VekSizeT* at, VekString* f) { return VEK_TWIN(VekStringNextWord, s.x, at, f); });),
+    VEK_ROW(Cut, R::kQuery, s.Str(), return Cuts(s, y.bytes.empty() ? 0 : s.m.find(y.bytes), y.bytes.size(), [&](const VekString* x, VekString* b, VekString* a) { return VekStringCut(x, y.str, b, a); });),
+    VEK_ROW(CutCStr, R::kQuery, s.CStr(), return Cuts(s, y.bytes.empty() ? 0 : s.m.find(y.bytes), y.len, [&](const VekString* x, VekString* b, VekString* a) { return VekStringCutCStr(x, y.ptr, b, a); });),
+    VEK_ROW(CutCStrLen, R::kQuery, s.Slice(), return Cuts(s, y.bytes.empty() ? 0 : s.m.find(y.bytes), y.len, [&](const VekString* x, VekString* b, VekString* a) { return VekStringCutCStrLen(x, y.ptr, y.len, b, a); });),
+    VEK_ROW(CutChar, R::kQuery, s.Byte(), return Cuts(s, s.m.find(*y.ptr), 1, [&](const VekString* x, VekString* b, VekString* a) { return VEK_TWIN(VekStringCutChar, x, *y.ptr, b, a); });),
+    // Trimming
+    VEK_TRIM(Trim, s.Byte(), kSpaces, kBoth, VEK_TWIN(VekStringTrim, s.x)),
+    VEK_TRIM(TrimCStr, s.CStr(), y.bytes, kBoth, VekStringTrimCStr(s.x, y.ptr)),
+    VEK_TRIM(TrimCStrLen, s.Slice(), y.bytes, kBoth, VekStringTrimCStrLen(s.x, y.ptr, y.len)),
+    VEK_TRIM(TrimChar, s.Byte(), y.bytes, kBoth, VEK_TWIN(VekStringTrimChar, s.x, *y.ptr)),
+    VEK_TRIM(TrimLeft, s.Byte(), kSpaces, kLeft, VEK_TWIN(VekStringTrimLeft, s.x)),
+    VEK_TRIM(TrimLeftCStr, s.CStr(), y.bytes, kLeft, VekStringTrimLeftCStr(s.x, y.ptr)),
+    VEK_TRIM(TrimLeftCStrLen, s.Slice(), y.bytes, kLeft, VekStringTrimLeftCStrLen(s.x, y.ptr, y.len)),
+    VEK_TRIM(TrimLeftChar, s.Byte(), y.bytes, kLeft, VEK_TWIN(VekStringTrimLeftChar, s.x, *y.ptr)),
+    VEK_TRIM(TrimRight, s.Byte(), kSpaces, kRight, VEK_TWIN(VekStringTrimRight, s.x)),
+    VEK_TRIM(TrimRightCStr, s.CStr(), y.bytes, kRight, VekStringTrimRightCStr(s.x, y.ptr)),
+    VEK_TRIM(TrimRightCStrLen, s.Slice(), y.bytes, kRight, VekStringTrimRightCStrLen(s.x, y.ptr, y.len)),
+    VEK_TRIM(TrimRightChar, s.Byte(), y.bytes, kRight, VEK_TWIN(VekStringTrimRightChar, s.x, *y.ptr)),
+    // ASCII case
+    VEK_ROW(ToLowerAscii, R::kExact, s.Byte(), Cased(s, Lower(s.m)); return Ok(VEK_TWIN(VekStringToLowerAscii, s.x));),
+    VEK_ROW(ToUpperAscii, R::kExact, s.Byte(), Cased(s, Upper(s.m)); return Ok(VEK_TWIN(VekStringToUpperAscii, s.x));),
+    VEK_QUERY(EqualIgnoringCaseAscii, s.Str(), VekStringEqualIgnoringCaseAscii(s.x, y.str), Lower(s.m) == Lower(y.bytes)),
+    VEK_QUERY(EqualIgnoringCaseAsciiCStr, s.CStr(), VekStringEqualIgnoringCaseAsciiCStr(s.x, y.ptr), Lower(s.m) == Lower(y.bytes)),
+    VEK_QUERY(EqualIgnoringCaseAsciiCStrLen, s.Slice(), VekStringEqualIgnoringCaseAsciiCStrLen(s.x, y.ptr, y.len), Lower(s.m) == Lower(y.bytes)),
+    VEK_QUERY(CompareIgnoringCaseAscii, s.Str(), Sign(VekStringCompareIgnoringCaseAscii(s.x, y.str)), Sign(Lower(s.m).compare(Lower(y.bytes)))),
+    VEK_QUERY(CompareIgnoringCaseAsciiCStr, s.CStr(), Sign(VekStringCompareIgnoringCaseAsciiCStr(s.x, y.ptr)), Sign(Lower(s.m).compare(Lower(y.bytes)))),
+    VEK_QUERY(CompareIgnoringCaseAsciiCStrLen, s.Slice(), Sign(VekStringCompareIgnoringCaseAsciiCStrLen(s.x, y.ptr, y.len)), Sign(Lower(s.m).compare(Lower(y.bytes)))),
+    // Prefixes, suffixes, occurrences and the single-byte searches
+    VEK_QUERY(StartsWith, s.Str(), VEK_TWIN(VekStringStartsWith, s.x, y.str), s.m.starts_with(y.bytes)),
+    VEK_QUERY(StartsWithCStr, s.CStr(), VEK_TWIN(VekStringStartsWithCStr, s.x, y.ptr), s.m.starts_with(y.bytes)),
+    VEK_QUERY(StartsWithCStrLen, s.Slice(), VEK_TWIN(VekStringStartsWithCStrLen, s.x, y.ptr, y.len), s.m.starts_with(y.bytes)),
+    VEK_QUERY(StartsWithChar, s.Byte(), VEK_TWIN(VekStringStartsWithChar, s.x, *y.ptr), s.m.starts_with(*y.ptr)),
+    VEK_QUERY(EndsWith, s.Str(), VEK_TWIN(VekStringEndsWith, s.x, y.str), s.m.ends_with(y.bytes)),
+    VEK_QUERY(EndsWithCStr, s.CStr(), VEK_TWIN(VekStringEndsWithCStr, s.x, y.ptr), s.m.ends_with(y.bytes)),
+    VEK_QUERY(EndsWithCStrLen, s.Slice(), VEK_TWIN(VekStringEndsWithCStrLen, s.x, y.ptr, y.len), s.m.ends_with(y.bytes)),
+    VEK_QUERY(EndsWithChar, s.Byte(), VEK_TWIN(VekStringEndsWithChar, s.x, *y.ptr), s.m.ends_with(*y.ptr)),
+    VEK_QUERY(Contains, s.Str(), VekStringContains(s.x, y.str), s.m.find(y.bytes) != std::string::npos),
+    VEK_QUERY(ContainsCStr, s.CStr(), VekStringContainsCStr(s.x, y.ptr), s.m.find(y.bytes) != std::string::npos),
+    VEK_QUERY(ContainsCStrLen, s.Slice(), VekStringContainsCStrLen(s.x, y.ptr, y.len), s.m.find(y.bytes) != std::string::npos),
+    VEK_QUERY(ContainsChar, s.Byte(), VEK_TWIN(VekStringContainsChar, s.x, *y.ptr), s.m.find(*y.ptr) != std::string::npos),
+    VEK_QUERY(Count, s.Str(), VekStringCount(s.x, y.str), Occurrences(s.m, y.bytes)),
+    VEK_QUERY(CountCStr, s.CStr(), VekStringCountCStr(s.x, y.ptr), Occurrences(s.m, y.bytes)),
+    VEK_QUERY(CountCStrLen, s.Slice(), VekStringCountCStrLen(s.x, y.ptr, y.len), Occurrences(s.m, y.bytes)),
+    VEK_QUERY(CountChar, s.Byte(), VEK_TWIN(VekStringCountChar, s.x, *y.ptr), Occurrences(s.m, y.bytes)),
+    VEK_QUERY(FindChar, s.Byte(), VEK_TWIN(VekStringFindChar, s.x, *y.ptr), s.m.find(*y.ptr)),
+    VEK_QUERY(FindFromPosChar, s.Byte(), VEK_TWIN(VekStringFindFromPosChar, s.x, p, *y.ptr), s.m.find(*y.ptr, sp)),
+    VEK_QUERY(RFindChar, s.Byte(), VEK_TWIN(VekStringRFindChar, s.x, *y.ptr), s.m.rfind(*y.ptr)),
+    VEK_QUERY(RFindFromPosChar, s.Byte(), VEK_TWIN(VekStringRFindFromPosChar, s.x, p, *y.ptr), s.m.rfind(*y.ptr, sp)),
+    // Find-and-replace with literals and a count
+    VEK_ROW(FindAndReplaceCStr, R::kExact, s.CStr(), const Operand with = s.CStr(); ReplaceAll(s, y.bytes, with.bytes);
+            return Counted(s, y.bytes, [&](VekSizeT* count) { return VekStringFindAndReplaceCStr(s.x, y.ptr, with.ptr, count); });),
+    VEK_ROW(FindAndReplaceCStrLen, R::kExact, s.Slice(), const Operand with = s.Slice(); ReplaceAll(s, y.bytes, with.bytes);
+            return Counted(s, y.bytes, [&](VekSizeT* count) { return VekStringFindAndReplaceCStrLen(s.x, y.ptr, y.len, with.ptr, with.len, count); });),
 };
 // clang-format on
 

@@ -22,9 +22,9 @@
  * Buffer states. A string owns a block of capacity + 1 bytes (capacity > 0),
  * or owns nothing (capacity 0): then buf is either the shared empty byte
  * vekStringEmpty_ with size 0, or a read-only view of size bytes that someone
- * else owns. No function creates a view; a caller may fill the four fields
- * itself to make one. The module never writes through a view and never frees
- * it: an edit that must write first copies the viewed bytes into a new block.
+ * else owns (see Views for the functions that make one). The module never
+ * writes through a view and never frees it: an edit that must write first
+ * copies the viewed bytes into a new block.
  *
  * Results. Functions that produce a string return x on success and NULL on
  * failure; the few others say what they return. A failure leaves the string
@@ -155,6 +155,50 @@ VekString* VekStringConstructWithExternalBuffer(VekString* x, char* buffer, VekS
 /* VekStringDestruct returns an owned block to the allocator and zeroes all
  * four fields. Only a construction may follow; destroying twice is harmless. */
 void VekStringDestruct(VekString* x) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Views
+ *
+ * A view reads bytes that someone else owns: capacity 0, buf at the first
+ * byte, size the length. Making one copies nothing, never allocates and
+ * never fails (apart from a position beyond the end), and a view needs no
+ * destruction (VekStringDestruct on it is harmless). Every function of the
+ * module takes a view wherever it takes a string: queries read its bytes;
+ * an edit that only shortens it from the end or trims it moves buf and size
+ * and writes nothing; any other edit first copies its bytes into a block from
+ * the view's allocator, which is thus the one named here.
+ *
+ * A view of caller bytes of length 0 is the empty string on the shared empty
+ * byte (str may then be NULL). A view of a span of a string, like the fields
+ * and cuts below, points into that string's bytes even when it is empty, so
+ * that its buf minus the string's buf is always its offset there.
+ *
+ *     VekString line, rest;
+ *     VekStringConstructViewCStr(&line, "key: value", a);
+ *     VekStringConstructViewSubstring(&rest, &line, 5, VekStringNpos);  // "value"
+ *
+ * WARNING: lifetime. A view does not keep its bytes alive: they must outlive
+ * it, and it sees every later change to them. A view of a string's bytes is
+ * invalidated by anything that moves or frees that string's buffer: growth,
+ * VekStringReserve, find-and-replace, a move, destruction.
+ * WARNING: a view is NUL-terminated only when its owner's bytes are, so
+ * VekStringData is no C string: print a view with "%.*s".
+ * ------------------------------------------------------------------------ */
+
+/* VekStringConstructViewCStrLen makes x a view of the len bytes at str; a
+ * names the allocator of any later copy. Returns x. */
+VekString* VekStringConstructViewCStrLen(VekString* x, const char* str, VekSizeT len,
+                                         VekAllocator* a) VEK_NOEXCEPT;
+/* VekStringConstructViewCStr makes x a view of the NUL-terminated str, its
+ * NUL left out. Returns x. */
+VekString* VekStringConstructViewCStr(VekString* x, const char* str, VekAllocator* a) VEK_NOEXCEPT;
+/* VekStringConstructViewSubstring makes x a view of at most n bytes of str
+ * from pos, with str's allocator; a view of a view reads the original bytes.
+ * pos == size gives an empty view at the end; pos > size fails, leaving x
+ * empty on the shared byte with str's allocator. x may be str itself when
+ * str owns no block: the view then narrows in place. */
+VekString* VekStringConstructViewSubstring(VekString* x, const VekString* str, VekSizeT pos,
+                                           VekSizeT n) VEK_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * Moving, swapping and capacity
@@ -304,6 +348,67 @@ VekString* VekStringEraseSubstring(VekString* x, VekSizeT pos, VekSizeT n) VEK_N
 /* VekStringEraseRange removes [b, e) and returns an iterator at b's offset. */
 VekStringIterator VekStringEraseRange(VekString* x, VekStringIterator b,
                                       VekStringIterator e) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Trimming
+ *
+ * Removes bytes from both ends (Trim), from the front (TrimLeft) or from the
+ * back (TrimRight): the bare forms ASCII whitespace (space, \t, \n, \v, \f,
+ * \r), the others the bytes of a set (CStr: up to its NUL; CStrLen: n bytes,
+ * NUL allowed; Char: one byte). An empty set removes nothing, and so does
+ * trimming an empty string. The set may lie inside x.
+ *
+ *     VekStringTrim(&s);                       // "  GET /\r\n" -> "GET /"
+ *     VekStringTrimRightChar(&path, '/');      // "/a/b//" -> "/a/b"
+ *
+ * Nothing allocates and nothing fails; each returns x. An owned string keeps
+ * its block and capacity: what remains moves to the front with one memmove
+ * at most (none for TrimRight), and the terminator follows it. A view only
+ * narrows (buf and size change, nothing is written); trimmed to nothing it
+ * is an empty view where the trimming ended.
+ * ------------------------------------------------------------------------ */
+
+VekString* VekStringTrim(VekString* x) VEK_NOEXCEPT;
+VekString* VekStringTrimCStr(VekString* x, const char* y) VEK_NOEXCEPT;
+VekString* VekStringTrimCStrLen(VekString* x, const char* y, VekSizeT n) VEK_NOEXCEPT;
+VekString* VekStringTrimChar(VekString* x, char c) VEK_NOEXCEPT;
+VekString* VekStringTrimLeft(VekString* x) VEK_NOEXCEPT;
+VekString* VekStringTrimLeftCStr(VekString* x, const char* y) VEK_NOEXCEPT;
+VekString* VekStringTrimLeftCStrLen(VekString* x, const char* y, VekSizeT n) VEK_NOEXCEPT;
+VekString* VekStringTrimLeftChar(VekString* x, char c) VEK_NOEXCEPT;
+VekString* VekStringTrimRight(VekString* x) VEK_NOEXCEPT;
+VekString* VekStringTrimRightCStr(VekString* x, const char* y) VEK_NOEXCEPT;
+VekString* VekStringTrimRightCStrLen(VekString* x, const char* y, VekSizeT n) VEK_NOEXCEPT;
+VekString* VekStringTrimRightChar(VekString* x, char c) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * ASCII case
+ *
+ * Only the letters A to Z and a to z have a case here; every other byte,
+ * UTF-8 sequences included, stays as it is and compares exactly.
+ *
+ * VekStringToLowerAscii and VekStringToUpperAscii convert in place. An owned
+ * string keeps its block and an empty one is left alone; a view is first
+ * copied into a block of exactly its size from its allocator (size + 1
+ * bytes), as every edit that writes copies it, and that copy may be refused:
+ * NULL, nothing changed.
+ *
+ * The comparisons are VekStringEqual and VekStringCompare of the operands
+ * with their letters lowered: the first differing lowered bytes decide, as
+ * unsigned values (only the sign of the result means anything), else the
+ * lengths. They read only buf and size and cannot fail.
+ * ------------------------------------------------------------------------ */
+
+VekString* VekStringToLowerAscii(VekString* x) VEK_NOEXCEPT;
+VekString* VekStringToUpperAscii(VekString* x) VEK_NOEXCEPT;
+VekBool VekStringEqualIgnoringCaseAscii(const VekString* x, const VekString* y) VEK_NOEXCEPT;
+VekBool VekStringEqualIgnoringCaseAsciiCStr(const VekString* x, const char* y) VEK_NOEXCEPT;
+VekBool VekStringEqualIgnoringCaseAsciiCStrLen(const VekString* x, const char* y,
+                                               VekSizeT ylen) VEK_NOEXCEPT;
+VekInt VekStringCompareIgnoringCaseAscii(const VekString* x, const VekString* y) VEK_NOEXCEPT;
+VekInt VekStringCompareIgnoringCaseAsciiCStr(const VekString* x, const char* y) VEK_NOEXCEPT;
+VekInt VekStringCompareIgnoringCaseAsciiCStrLen(const VekString* x, const char* y,
+                                                VekSizeT ylen) VEK_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * Formatted construction and editing
@@ -507,6 +612,140 @@ VekSizeT VekStringRFind(const VekString* x, const VekString* y) VEK_NOEXCEPT;
  */
 VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
                                    const VekString* replace) VEK_NOEXCEPT;
+
+/* VekStringFindAndReplaceCStr and VekStringFindAndReplaceCStrLen are
+ * VekStringFindAndReplace with C-string or pointer-and-length operands, the
+ * same in every other respect: result, all or nothing, allocator calls, cost,
+ * an empty find. find and replace may lie inside x. On success, unless count
+ * is NULL, *count is the number of occurrences replaced (0 for an empty
+ * find); a failure leaves *count alone.
+ *
+ *     VekSizeT n;
+ *     if (VekStringFindAndReplaceCStr(&s, "colour", "color", &n))
+ *         printf("%llu replaced\n", (unsigned long long)n);
+ */
+VekString* VekStringFindAndReplaceCStr(VekString* x, const char* find, const char* replace,
+                                       VekSizeT* count) VEK_NOEXCEPT;
+VekString* VekStringFindAndReplaceCStrLen(VekString* x, const char* find, VekSizeT findlen,
+                                          const char* replace, VekSizeT replacelen,
+                                          VekSizeT* count) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Prefixes, suffixes and occurrences
+ *
+ * StartsWith and EndsWith tell whether x begins or ends with the whole
+ * operand; the empty operand begins and ends every string. Contains tells
+ * whether Find finds the needle; the empty needle is in every string. Count
+ * counts the occurrences that do not overlap, found left to right with each
+ * search resuming behind the previous match, exactly those find-and-replace
+ * replaces ("aaaa" holds "aa" twice); the empty needle stands at every
+ * position, the end included, and counts size + 1. The operand forms are the
+ * comparisons' (a CStr operand is measured with strlen first, a CStrLen one
+ * holds ylen or n bytes, NULs included; Char is one byte).
+ *
+ * The single-byte searches, under the names of the substring searches:
+ * FindChar and FindFromPosChar give the first position at or after pos (0)
+ * holding c; RFindChar and RFindFromPosChar the last at or before pos
+ * (VekStringNpos: the whole string). Not found: VekStringNpos. As for a
+ * needle of one byte, a forward search from pos >= size finds nothing and a
+ * backward one from there starts at the last byte. They run at memchr's
+ * speed, as FindFirstOfChar and FindLastOfChar do, which they equal.
+ *
+ * All read only buf and size, allocate nothing and cannot fail. Cost: one
+ * pass over x at most.
+ * ------------------------------------------------------------------------ */
+
+VekBool VekStringStartsWith(const VekString* x, const VekString* y) VEK_NOEXCEPT;
+VekBool VekStringStartsWithCStr(const VekString* x, const char* y) VEK_NOEXCEPT;
+VekBool VekStringStartsWithCStrLen(const VekString* x, const char* y, VekSizeT ylen) VEK_NOEXCEPT;
+VekBool VekStringStartsWithChar(const VekString* x, char c) VEK_NOEXCEPT;
+VekBool VekStringEndsWith(const VekString* x, const VekString* y) VEK_NOEXCEPT;
+VekBool VekStringEndsWithCStr(const VekString* x, const char* y) VEK_NOEXCEPT;
+VekBool VekStringEndsWithCStrLen(const VekString* x, const char* y, VekSizeT ylen) VEK_NOEXCEPT;
+VekBool VekStringEndsWithChar(const VekString* x, char c) VEK_NOEXCEPT;
+VekBool VekStringContains(const VekString* x, const VekString* y) VEK_NOEXCEPT;
+VekBool VekStringContainsCStr(const VekString* x, const char* y) VEK_NOEXCEPT;
+VekBool VekStringContainsCStrLen(const VekString* x, const char* y, VekSizeT n) VEK_NOEXCEPT;
+VekBool VekStringContainsChar(const VekString* x, char c) VEK_NOEXCEPT;
+VekSizeT VekStringCount(const VekString* x, const VekString* y) VEK_NOEXCEPT;
+VekSizeT VekStringCountCStr(const VekString* x, const char* y) VEK_NOEXCEPT;
+VekSizeT VekStringCountCStrLen(const VekString* x, const char* y, VekSizeT n) VEK_NOEXCEPT;
+VekSizeT VekStringCountChar(const VekString* x, char c) VEK_NOEXCEPT;
+VekSizeT VekStringFindChar(const VekString* x, char c) VEK_NOEXCEPT;
+VekSizeT VekStringFindFromPosChar(const VekString* x, VekSizeT pos, char c) VEK_NOEXCEPT;
+VekSizeT VekStringRFindChar(const VekString* x, char c) VEK_NOEXCEPT;
+VekSizeT VekStringRFindFromPosChar(const VekString* x, VekSizeT pos, char c) VEK_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Fields and cuts
+ *
+ * Split a string into views of its own bytes, without allocating or copying.
+ * Fields come one at a time, from a position the caller keeps, starting at 0:
+ *
+ *     VekSizeT pos = 0;
+ *     VekString field;
+ *     while (VekStringNextFieldChar(&line, &pos, ',', &field))
+ *         printf("[%.*s]\n", (int)VekStringSize(&field), VekStringData(&field));
+ *
+ * VekStringNextField makes *field a view of the field that starts at *pos
+ * and runs to the next separator or to the end, and moves *pos behind that
+ * separator, or to VekStringNpos after the last field; it returns false,
+ * changing nothing, once *pos is beyond the end. So each separator ends one
+ * field and begins the next: "a,b,,c" gives a, b, "", c; ",a" gives "" and
+ * a; "a," gives a and ""; n separators give n + 1 fields, and the empty
+ * string one empty field. Each call moves *pos forward, so a loop ends. The
+ * separator is a string (bare: a VekString; CStr, measured first; CStrLen, n
+ * bytes), one byte (Char), or any byte of a set (AnyOf: CStr or CStrLen; the
+ * empty set separates nothing). The empty separator string separates every
+ * byte from the next: "abc" gives a, b, c.
+ *
+ * VekStringNextWord takes the words, the runs of bytes between runs of
+ * ASCII whitespace (space, \t, \n, \v, \f, \r), so it never yields an
+ * empty one: " a  b " gives a and b, a blank string none. It makes *word a
+ * view of the first word at or after *pos and moves *pos to its end; false,
+ * changing nothing, when there is none.
+ *
+ * VekStringCut splits x once, around the first occurrence of the separator
+ * (operand forms as above): *before views the bytes in front of it, *after
+ * the bytes behind it, and it returns true. When there is none, *before
+ * views all of x, *after is empty at x's end, and it returns false. The empty
+ * separator occurs at 0. Either output may be NULL when not wanted.
+ *
+ *     VekString key, value;
+ *     if (VekStringCutCStr(&line, ": ", &key, &value)) ...
+ *
+ * The views have x's allocator and point into x's bytes even when empty, so
+ * field.buf - x->buf is always the field's offset. Cost: each call searches
+ * only as far as the next separator, with the searches' own speed.
+ *
+ * WARNING: lifetime. The views are valid as long as x's buffer is (Views).
+ * WARNING: aliasing. An output may be x itself only when x owns no block (a
+ * view, or the empty string), as in VekStringCutChar(&rest, ' ', &word,
+ * &rest), which consumes a view from the front; a block x owned would be
+ * lost. *field and *word must not be x, which the next call reads.
+ * ------------------------------------------------------------------------ */
+
+VekBool VekStringNextField(const VekString* x, VekSizeT* pos, const VekString* y,
+                           VekString* field) VEK_NOEXCEPT;
+VekBool VekStringNextFieldCStr(const VekString* x, VekSizeT* pos, const char* y,
+                               VekString* field) VEK_NOEXCEPT;
+VekBool VekStringNextFieldCStrLen(const VekString* x, VekSizeT* pos, const char* y, VekSizeT n,
+                                  VekString* field) VEK_NOEXCEPT;
+VekBool VekStringNextFieldChar(const VekString* x, VekSizeT* pos, char c,
+                               VekString* field) VEK_NOEXCEPT;
+VekBool VekStringNextFieldAnyOfCStr(const VekString* x, VekSizeT* pos, const char* y,
+                                    VekString* field) VEK_NOEXCEPT;
+VekBool VekStringNextFieldAnyOfCStrLen(const VekString* x, VekSizeT* pos, const char* y,
+                                       VekSizeT n, VekString* field) VEK_NOEXCEPT;
+VekBool VekStringNextWord(const VekString* x, VekSizeT* pos, VekString* word) VEK_NOEXCEPT;
+VekBool VekStringCut(const VekString* x, const VekString* y, VekString* before,
+                     VekString* after) VEK_NOEXCEPT;
+VekBool VekStringCutCStr(const VekString* x, const char* y, VekString* before,
+                         VekString* after) VEK_NOEXCEPT;
+VekBool VekStringCutCStrLen(const VekString* x, const char* y, VekSizeT n, VekString* before,
+                            VekString* after) VEK_NOEXCEPT;
+VekBool VekStringCutChar(const VekString* x, char c, VekString* before,
+                         VekString* after) VEK_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * Unicode conversion

@@ -15,9 +15,10 @@
 //         return n;
 //     }
 //
-// and adds RAII over the record, printf-style format(), replace_all(), UTF-16
-// and UCS-4 conversion, a transparent hash for unordered containers, and
-// std::pmr::memory_resource support.
+// and adds RAII over the record, printf-style format(), replace_all() with a
+// count, in-place trim() and ASCII case, count(), fields() and cut() over the
+// string's own bytes, UTF-16 and UCS-4 conversion, a transparent hash for
+// unordered containers, and std::pmr::memory_resource support.
 //
 // Exceptions are std::string's, and a string that throws is left unchanged:
 // std::out_of_range for a position beyond the end, std::length_error when the
@@ -208,6 +209,83 @@ public:
 
 private:
     VekAllocator* record_;
+};
+
+// Fields is a range of std::string_view over the fields of a string's bytes
+// (vek::String::fields, fields_any_of, words), read one at a time by the C
+// API's cursor; it copies no bytes and allocates nothing.
+class Fields {
+public:
+    enum class By { kChar, kString, kAnyOf, kWords };
+
+    class iterator {
+    public:
+        using iterator_category = std::input_iterator_tag;
+        using value_type = std::string_view;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const std::string_view*;
+        using reference = std::string_view;
+
+        iterator() noexcept = default;
+        std::string_view operator*() const noexcept
+        {
+            return {field_.buf, static_cast<std::size_t>(field_.size)};
+        }
+        iterator& operator++() noexcept
+        {
+            done_ = !range_->Next(&pos_, &field_);
+            return *this;
+        }
+        iterator operator++(int) noexcept
+        {
+            iterator was = *this;
+            ++*this;
+            return was;
+        }
+        friend bool operator==(const iterator& a, const iterator& b) noexcept
+        {
+            return a.done_ == b.done_ && (a.done_ || a.field_.buf == b.field_.buf);
+        }
+        friend bool operator!=(const iterator& a, const iterator& b) noexcept { return !(a == b); }
+
+    private:
+        friend class Fields;
+        explicit iterator(const Fields* range) noexcept : range_(range) { ++*this; }
+
+        const Fields* range_ = nullptr;
+        VekSizeT pos_ = 0;
+        VekString field_{};
+        bool done_ = true;
+    };
+
+    // The range reads x's bytes through a view of them, so it outlives a
+    // move of the string itself, but not a change to its buffer.
+    Fields(const VekString& x, By by, std::string_view sep, char c) noexcept
+        : x_{x.allocator, x.buf, x.size, 0}, sep_(sep), c_(c), by_(by)
+    {
+    }
+    iterator begin() const noexcept { return iterator(this); }
+    iterator end() const noexcept { return iterator(); }
+
+private:
+    VekBool Next(VekSizeT* pos, VekString* field) const noexcept
+    {
+        switch (by_) {
+        case By::kChar:
+            return VekStringNextFieldChar(&x_, pos, c_, field);
+        case By::kString:
+            return VekStringNextFieldCStrLen(&x_, pos, sep_.data(), sep_.size(), field);
+        case By::kAnyOf:
+            return VekStringNextFieldAnyOfCStrLen(&x_, pos, sep_.data(), sep_.size(), field);
+        default:
+            return VekStringNextWord(&x_, pos, field);
+        }
+    }
+
+    VekString x_;
+    std::string_view sep_;
+    char c_;
+    By by_;
 };
 
 class String {
@@ -543,11 +621,95 @@ public:
         return replace(i1, i2, chars.begin(), chars.end());
     }
     // replace_all replaces every occurrence of what, left to right, all or
-    // nothing. An empty what changes nothing.
-    String& replace_all(std::string_view what, std::string_view with)
+    // nothing, and returns how many it replaced. An empty what changes
+    // nothing.
+    size_type replace_all(std::string_view what, std::string_view with)
     {
-        const VekString what_view = detail::View(what), with_view = detail::View(with);
-        return Edited(VekStringFindAndReplace(&s_, &what_view, &with_view), 0);
+        VekSizeT count = 0;
+        Edited(VekStringFindAndReplaceCStrLen(&s_, what.data(), what.size(), with.data(),
+                                              with.size(), &count),
+               0);
+        return Narrow(count);
+    }
+
+    // ---- Trimming and ASCII case: in place, never allocating ------------------
+    // The bare forms trim ASCII whitespace (space, \t, \n, \v, \f, \r), the
+    // others any byte of set. Only A-Z and a-z have a case.
+
+    String& trim() noexcept
+    {
+        VekStringTrim(&s_);
+        return *this;
+    }
+    String& trim_left() noexcept
+    {
+        VekStringTrimLeft(&s_);
+        return *this;
+    }
+    String& trim_right() noexcept
+    {
+        VekStringTrimRight(&s_);
+        return *this;
+    }
+    String& trim(std::string_view set) noexcept
+    {
+        VekStringTrimCStrLen(&s_, set.data(), set.size());
+        return *this;
+    }
+    String& trim_left(std::string_view set) noexcept
+    {
+        VekStringTrimLeftCStrLen(&s_, set.data(), set.size());
+        return *this;
+    }
+    String& trim_right(std::string_view set) noexcept
+    {
+        VekStringTrimRightCStrLen(&s_, set.data(), set.size());
+        return *this;
+    }
+    String& to_lower() { return Edited(VekStringToLowerAscii(&s_), 0); }
+    String& to_upper() { return Edited(VekStringToUpperAscii(&s_), 0); }
+    bool iequals(std::string_view other) const noexcept
+    {
+        return VekStringEqualIgnoringCaseAsciiCStrLen(&s_, other.data(), other.size()) != 0;
+    }
+    int icompare(std::string_view other) const noexcept
+    {
+        return VekStringCompareIgnoringCaseAsciiCStrLen(&s_, other.data(), other.size());
+    }
+
+    // ---- Occurrences, fields and cuts ---------------------------------------
+    // count counts the occurrences that do not overlap, as replace_all finds
+    // them; the empty needle counts size() + 1.
+    size_type count(std::string_view needle) const noexcept
+    {
+        return Narrow(VekStringCountCStrLen(&s_, needle.data(), needle.size()));
+    }
+    size_type count(char c) const noexcept { return Narrow(VekStringCountChar(&s_, c)); }
+    // fields, fields_any_of and words are ranges of std::string_view over the
+    // string's own bytes, valid while they are, with the separator string
+    // kept by reference: `for (std::string_view f : line.fields(','))`. Each
+    // separator ends one field and begins the next ("a,,b": a, "", b; the
+    // empty string: one empty field); words are the runs between ASCII
+    // whitespace and never empty.
+    Fields fields(char sep) const noexcept { return {s_, Fields::By::kChar, {}, sep}; }
+    Fields fields(std::string_view sep) const noexcept
+    {
+        return {s_, Fields::By::kString, sep, '\0'};
+    }
+    Fields fields_any_of(std::string_view set) const noexcept
+    {
+        return {s_, Fields::By::kAnyOf, set, '\0'};
+    }
+    Fields words() const noexcept { return {s_, Fields::By::kWords, {}, '\0'}; }
+    // cut splits once around the first sep: true, with the bytes before and
+    // after it; or false, with all of the string before and nothing after.
+    bool cut(std::string_view sep, std::string_view& before, std::string_view& after) const noexcept
+    {
+        VekString b, a;
+        const bool found = VekStringCutCStrLen(&s_, sep.data(), sep.size(), &b, &a) != 0;
+        before = {b.buf, Narrow(b.size)};
+        after = {a.buf, Narrow(a.size)};
+        return found;
     }
 
     // Erasure closes the gap in place and never allocates.

@@ -688,6 +688,355 @@ static inline VekSizeT VekStringFindFirstNotOfCharInline(const VekString* x, Vek
 #define VekStringFindFirstNotOfChar(x, pos, c) VekStringFindFirstNotOfCharInline((x), (pos), (c))
 #endif
 
+/* ========================================================================
+ * The text families' fast paths: views, fields and cuts at one byte, words,
+ * trimming of whitespace or one byte, prefixes and suffixes, the single-byte
+ * searches, and counting a byte and converting case in short strings. A
+ * parser calls them once or more per field, where a call into the library
+ * costs more than the work, so they are macros over the bodies below, as the
+ * calls above are; the library's functions are these same bodies, and a
+ * checked library leaves them out.
+ * ======================================================================== */
+
+/* VekStringSetViewInline makes x a view of the len bytes at p. */
+static inline void VekStringSetViewInline(VekString* x, VekAllocator* a, const char* p,
+                                          VekSizeT len) VEK_NOEXCEPT
+{
+    x->allocator = a;
+    /* A C cast, as this header is C as well as C++: a view never writes. */
+    /* cppcheck-suppress cstyleCast */
+    x->buf = (char*)p;
+    x->size = len;
+    x->capacity = 0;
+}
+
+static inline VekString* VekStringConstructViewCStrLenInline(VekString* x, const char* str,
+                                                             VekSizeT len,
+                                                             VekAllocator* a) VEK_NOEXCEPT
+{
+    VekStringSetViewInline(x, a, len == 0 ? vekStringEmpty_ : str, len);
+    return x;
+}
+
+static inline VekString* VekStringConstructViewCStrInline(VekString* x, const char* str,
+                                                          VekAllocator* a) VEK_NOEXCEPT
+{
+    return VekStringConstructViewCStrLenInline(x, str, VekStrLen(str), a);
+}
+
+/* str is read in full before x is written, so x may be str. */
+static inline VekString* VekStringConstructViewSubstringInline(VekString* x, const VekString* str,
+                                                               VekSizeT pos,
+                                                               VekSizeT n) VEK_NOEXCEPT
+{
+    VekAllocator* a = str->allocator;
+    const char* buf = str->buf;
+    const VekSizeT size = str->size;
+    if (pos > size) {
+        VekStringConstructDefaultInline(x, a);
+        return NULL;
+    }
+    VekStringSetViewInline(x, a, buf + pos, size - pos < n ? size - pos : n);
+    return x;
+}
+
+/* The first position at or after pos holding c, by memchr. */
+static inline VekSizeT VekStringFindFromPosCharInline(const VekString* x, VekSizeT pos,
+                                                      char c) VEK_NOEXCEPT
+{
+    const char* hit;
+    if (pos >= x->size)
+        return VekStringNpos;
+    /* cppcheck-suppress cstyleCast */
+    hit = (const char*)memchr(x->buf + pos, (unsigned char)c, (size_t)(x->size - pos));
+    return hit == NULL ? VekStringNpos : (VekSizeT)(hit - x->buf);
+}
+
+static inline VekSizeT VekStringFindCharInline(const VekString* x, char c) VEK_NOEXCEPT
+{
+    return VekStringFindFromPosCharInline(x, 0, c);
+}
+
+static inline VekBool VekStringContainsCharInline(const VekString* x, char c) VEK_NOEXCEPT
+{
+    return (VekBool)(VekStringFindFromPosCharInline(x, 0, c) != VekStringNpos);
+}
+
+/* memrchr is a GNU extension, declared for C++ and, in C, under _GNU_SOURCE;
+ * elsewhere the backward searches stay calls. */
+#if defined(__GLIBC__) && (defined(__cplusplus) || defined(_GNU_SOURCE))
+#define VEK_STRING_INLINE_MEMRCHR 1
+/* The last position at or before pos holding c (from the last byte when pos
+ * is beyond it), by memrchr. */
+static inline VekSizeT VekStringRFindFromPosCharInline(const VekString* x, VekSizeT pos,
+                                                       char c) VEK_NOEXCEPT
+{
+    const char* hit;
+    if (x->size == 0)
+        return VekStringNpos;
+    pos = pos < x->size ? pos : x->size - 1;
+    /* cppcheck-suppress cstyleCast */
+    hit = (const char*)memrchr(x->buf, (unsigned char)c, (size_t)(pos + 1));
+    return hit == NULL ? VekStringNpos : (VekSizeT)(hit - x->buf);
+}
+
+static inline VekSizeT VekStringRFindCharInline(const VekString* x, char c) VEK_NOEXCEPT
+{
+    return VekStringRFindFromPosCharInline(x, VekStringNpos, c);
+}
+#endif
+
+static inline VekBool VekStringStartsWithCStrLenInline(const VekString* x, const char* y,
+                                                       VekSizeT ylen) VEK_NOEXCEPT
+{
+    return (VekBool)(x->size >= ylen && VekStringEqualBytesInline(x->buf, y, ylen));
+}
+
+static inline VekBool VekStringEndsWithCStrLenInline(const VekString* x, const char* y,
+                                                     VekSizeT ylen) VEK_NOEXCEPT
+{
+    return (VekBool)(x->size >= ylen &&
+                     VekStringEqualBytesInline(x->buf + (x->size - ylen), y, ylen));
+}
+
+static inline VekBool VekStringStartsWithInline(const VekString* x, const VekString* y) VEK_NOEXCEPT
+{
+    return VekStringStartsWithCStrLenInline(x, y->buf, y->size);
+}
+
+static inline VekBool VekStringStartsWithCStrInline(const VekString* x, const char* y) VEK_NOEXCEPT
+{
+    return VekStringStartsWithCStrLenInline(x, y, VekStrLen(y));
+}
+
+static inline VekBool VekStringStartsWithCharInline(const VekString* x, char c) VEK_NOEXCEPT
+{
+    return (VekBool)(x->size != 0 && x->buf[0] == c);
+}
+
+static inline VekBool VekStringEndsWithInline(const VekString* x, const VekString* y) VEK_NOEXCEPT
+{
+    return VekStringEndsWithCStrLenInline(x, y->buf, y->size);
+}
+
+static inline VekBool VekStringEndsWithCStrInline(const VekString* x, const char* y) VEK_NOEXCEPT
+{
+    return VekStringEndsWithCStrLenInline(x, y, VekStrLen(y));
+}
+
+static inline VekBool VekStringEndsWithCharInline(const VekString* x, char c) VEK_NOEXCEPT
+{
+    return (VekBool)(x->size != 0 && x->buf[x->size - 1] == c);
+}
+
+/* A field runs from *pos to the next c, or to the end (then *pos becomes
+ * VekStringNpos). memchr may be given the empty rest at the end: a live
+ * string's buf is never NULL. field is written after x is read; it must not
+ * be x. */
+static inline VekBool VekStringNextFieldCharInline(const VekString* x, VekSizeT* pos, char c,
+                                                   VekString* field) VEK_NOEXCEPT
+{
+    const char* buf = x->buf;
+    const VekSizeT size = x->size;
+    const VekSizeT start = *pos;
+    const char* hit;
+    VekSizeT end;
+    if (start > size)
+        return VEK_FALSE;
+    /* cppcheck-suppress cstyleCast */
+    hit = (const char*)memchr(buf + start, (unsigned char)c, (size_t)(size - start));
+    end = hit == NULL ? size : (VekSizeT)(hit - buf);
+    *pos = hit == NULL ? VekStringNpos : end + 1;
+    VekStringSetViewInline(field, x->allocator, buf + start, end - start);
+    return VEK_TRUE;
+}
+
+/* x is read in full before an output is written, so either may be x when x
+ * owns no block. */
+static inline VekBool VekStringCutCharInline(const VekString* x, char c, VekString* before,
+                                             VekString* after) VEK_NOEXCEPT
+{
+    VekAllocator* a = x->allocator;
+    const char* buf = x->buf;
+    const VekSizeT size = x->size;
+    /* cppcheck-suppress cstyleCast */
+    const char* hit = (const char*)memchr(buf, (unsigned char)c, (size_t)size);
+    const VekSizeT end = hit == NULL ? size : (VekSizeT)(hit - buf);
+    const VekSizeT rest = hit == NULL ? size : end + 1;
+    if (before != NULL)
+        VekStringSetViewInline(before, a, buf, end);
+    if (after != NULL)
+        VekStringSetViewInline(after, a, buf + rest, size - rest);
+    return (VekBool)(hit != NULL);
+}
+
+/* Short strings are counted and converted here, where a call would cost
+ * more than the work; longer ones by the library, many bytes a step. */
+static inline VekSizeT VekStringCountCharInline(const VekString* x, char c) VEK_NOEXCEPT
+{
+    VekSizeT count = 0;
+    VekSizeT i;
+    if (x->size > 16)
+        return (VekStringCountChar)(x, c);
+    for (i = 0; i < x->size; ++i)
+        count += x->buf[i] == c;
+    return count;
+}
+
+/* A view is the library's, which copies it first. */
+static inline VekString* VekStringToLowerAsciiInline(VekString* x) VEK_NOEXCEPT
+{
+    VekSizeT i;
+    if (x->size > 16 || x->capacity == 0)
+        return (VekStringToLowerAscii)(x);
+    for (i = 0; i < x->size; ++i)
+        x->buf[i] = (char)(x->buf[i] + ((unsigned char)(x->buf[i] - 'A') < 26 ? 32 : 0));
+    return x;
+}
+
+static inline VekString* VekStringToUpperAsciiInline(VekString* x) VEK_NOEXCEPT
+{
+    VekSizeT i;
+    if (x->size > 16 || x->capacity == 0)
+        return (VekStringToUpperAscii)(x);
+    for (i = 0; i < x->size; ++i)
+        x->buf[i] = (char)(x->buf[i] - ((unsigned char)(x->buf[i] - 'a') < 26 ? 32 : 0));
+    return x;
+}
+
+/* ASCII whitespace (space, \t, \n, \v, \f, \r) as bits of the byte values
+ * below 64; VekStringIsAsciiSpaceInline tests a byte without a branch (the
+ * shift is taken modulo 64, and bytes above ' ' are cleared). */
+#define VEK_STRING_ASCII_SPACE_BITS                                                                \
+    (((uint64_t)1 << ' ') | ((uint64_t)1 << '\t') | ((uint64_t)1 << '\n') |                        \
+     ((uint64_t)1 << '\v') | ((uint64_t)1 << '\f') | ((uint64_t)1 << '\r'))
+
+static inline VekBool VekStringIsAsciiSpaceInline(char c) VEK_NOEXCEPT
+{
+    const unsigned char b = (unsigned char)c;
+    return (VekBool)((VEK_STRING_ASCII_SPACE_BITS >> (b & 63)) & (uint64_t)(b <= ' '));
+}
+
+/* VekStringTrimEndsInline removes the bytes at the chosen ends that are ASCII
+ * whitespace (space true) or equal to c, one byte at a time from each end:
+ * trimming examines only what it removes and one byte more. A view narrows;
+ * an owned string moves what remains to the front of its block. */
+static inline VekString* VekStringTrimEndsInline(VekString* x, int left, int right, int space,
+                                                 char c) VEK_NOEXCEPT
+{
+    const char* buf = x->buf;
+    VekSizeT start = 0;
+    VekSizeT end = x->size;
+    if (left) {
+        while (start < end && (space ? VekStringIsAsciiSpaceInline(buf[start]) : buf[start] == c))
+            ++start;
+    }
+    if (right) {
+        while (end > start &&
+               (space ? VekStringIsAsciiSpaceInline(buf[end - 1]) : buf[end - 1] == c))
+            --end;
+    }
+    if (x->capacity == 0) {
+        x->buf += start;
+        x->size = end - start;
+        return x;
+    }
+    if (start != 0 && end != start)
+        VekMemMove(x->buf, buf + start, end - start);
+    x->size = end - start;
+    x->buf[end - start] = '\0';
+    return x;
+}
+
+static inline VekString* VekStringTrimInline(VekString* x) VEK_NOEXCEPT
+{
+    return VekStringTrimEndsInline(x, 1, 1, 1, ' ');
+}
+
+static inline VekString* VekStringTrimLeftInline(VekString* x) VEK_NOEXCEPT
+{
+    return VekStringTrimEndsInline(x, 1, 0, 1, ' ');
+}
+
+static inline VekString* VekStringTrimRightInline(VekString* x) VEK_NOEXCEPT
+{
+    return VekStringTrimEndsInline(x, 0, 1, 1, ' ');
+}
+
+static inline VekString* VekStringTrimCharInline(VekString* x, char c) VEK_NOEXCEPT
+{
+    return VekStringTrimEndsInline(x, 1, 1, 0, c);
+}
+
+static inline VekString* VekStringTrimLeftCharInline(VekString* x, char c) VEK_NOEXCEPT
+{
+    return VekStringTrimEndsInline(x, 1, 0, 0, c);
+}
+
+static inline VekString* VekStringTrimRightCharInline(VekString* x, char c) VEK_NOEXCEPT
+{
+    return VekStringTrimEndsInline(x, 0, 1, 0, c);
+}
+
+/* A word runs from the first byte at or after *pos that is not whitespace to
+ * the next that is, or to the end; *pos moves to its end. Words are mostly a
+ * few bytes, so both ends are found a byte at a time. word is written after
+ * x is read; it must not be x. */
+static inline VekBool VekStringNextWordInline(const VekString* x, VekSizeT* pos,
+                                              VekString* word) VEK_NOEXCEPT
+{
+    const char* buf = x->buf;
+    const VekSizeT size = x->size;
+    VekSizeT start = *pos;
+    VekSizeT end;
+    while (start < size && VekStringIsAsciiSpaceInline(buf[start]))
+        ++start;
+    if (start >= size)
+        return VEK_FALSE;
+    end = start + 1;
+    while (end < size && !VekStringIsAsciiSpaceInline(buf[end]))
+        ++end;
+    *pos = end;
+    VekStringSetViewInline(word, x->allocator, buf + start, end - start);
+    return VEK_TRUE;
+}
+
+#if !defined(VEK_CHECKED) || !VEK_CHECKED
+#define VekStringConstructViewCStrLen(x, str, len, a)                                              \
+    VekStringConstructViewCStrLenInline((x), (str), (len), (a))
+#define VekStringConstructViewCStr(x, str, a) VekStringConstructViewCStrInline((x), (str), (a))
+#define VekStringConstructViewSubstring(x, str, pos, n)                                            \
+    VekStringConstructViewSubstringInline((x), (str), (pos), (n))
+#define VekStringFindChar(x, c) VekStringFindCharInline((x), (c))
+#define VekStringFindFromPosChar(x, pos, c) VekStringFindFromPosCharInline((x), (pos), (c))
+#define VekStringContainsChar(x, c) VekStringContainsCharInline((x), (c))
+#if VEK_STRING_INLINE_MEMRCHR
+#define VekStringRFindChar(x, c) VekStringRFindCharInline((x), (c))
+#define VekStringRFindFromPosChar(x, pos, c) VekStringRFindFromPosCharInline((x), (pos), (c))
+#endif
+#define VekStringStartsWith(x, y) VekStringStartsWithInline((x), (y))
+#define VekStringStartsWithCStr(x, y) VekStringStartsWithCStrInline((x), (y))
+#define VekStringStartsWithCStrLen(x, y, ylen) VekStringStartsWithCStrLenInline((x), (y), (ylen))
+#define VekStringStartsWithChar(x, c) VekStringStartsWithCharInline((x), (c))
+#define VekStringEndsWith(x, y) VekStringEndsWithInline((x), (y))
+#define VekStringEndsWithCStr(x, y) VekStringEndsWithCStrInline((x), (y))
+#define VekStringEndsWithCStrLen(x, y, ylen) VekStringEndsWithCStrLenInline((x), (y), (ylen))
+#define VekStringEndsWithChar(x, c) VekStringEndsWithCharInline((x), (c))
+#define VekStringNextFieldChar(x, pos, c, field)                                                   \
+    VekStringNextFieldCharInline((x), (pos), (c), (field))
+#define VekStringCutChar(x, c, before, after) VekStringCutCharInline((x), (c), (before), (after))
+#define VekStringNextWord(x, pos, word) VekStringNextWordInline((x), (pos), (word))
+#define VekStringCountChar(x, c) VekStringCountCharInline((x), (c))
+#define VekStringToLowerAscii(x) VekStringToLowerAsciiInline((x))
+#define VekStringToUpperAscii(x) VekStringToUpperAsciiInline((x))
+#define VekStringTrim(x) VekStringTrimInline((x))
+#define VekStringTrimLeft(x) VekStringTrimLeftInline((x))
+#define VekStringTrimRight(x) VekStringTrimRightInline((x))
+#define VekStringTrimChar(x, c) VekStringTrimCharInline((x), (c))
+#define VekStringTrimLeftChar(x, c) VekStringTrimLeftCharInline((x), (c))
+#define VekStringTrimRightChar(x, c) VekStringTrimRightCharInline((x), (c))
+#endif
+
 VEK_EXTERN_C_END
 
 #endif /* VEK_UTILS_VEKSTRINGINLINE_H */
