@@ -74,6 +74,8 @@ TEST(KernelTable, EveryStringKernelGivesTheDefinitionsResults)
         const std::string_view view(buf, len);
         SCOPED_TRACE(testing::Message() << "round " << round << ", text of " << len << " bytes");
         for (const StringKernels& k : kStringKernels) {
+            if (!k.usable())
+                continue;
             SCOPED_TRACE(k.name);
             EXPECT_EQ(k.hash(buf, len), HashDefinition(view));
             if (len == 0)

@@ -21,10 +21,6 @@ constexpr VekSizeT kSlabSize = VekSizeT{64} * 1024;
 // aligned to 16 bytes.
 constexpr VekSizeT kHeaderSize = 16;
 
-struct FreeBlock {
-    FreeBlock* next;
-};
-
 struct Slab {
     Slab* next;
 };
@@ -75,7 +71,7 @@ inline std::size_t ClassOf(VekSizeT size)
 
 // Up to kLargestStep bytes the classes are the 16-byte steps themselves, so
 // the class of a short string's block is a shift away, with no table load.
-constexpr VekSizeT kLargestStep = 128;
+constexpr VekSizeT kLargestStep = VEK_POOL_ALLOCATOR_LARGEST_STEP;
 
 constexpr std::size_t StepClassOf(VekSizeT size)
 {
@@ -127,18 +123,8 @@ VEK_POOL_SLOW_PATH void* CarveBlock(VekPoolAllocator* pool, std::size_t c)
 // PopBlock hands out a block of class c: the last one freed, or a new one.
 inline void* PopBlock(VekPoolAllocator* pool, std::size_t c)
 {
-    FreeBlock* block = static_cast<FreeBlock*>(pool->freeBlocks[c]);
-    if (block == nullptr)
-        return CarveBlock(pool, c);
-    pool->freeBlocks[c] = block->next;
-    return block;
-}
-
-inline void PushBlock(VekPoolAllocator* pool, std::size_t c, void* p)
-{
-    FreeBlock* block = static_cast<FreeBlock*>(p);
-    block->next = static_cast<FreeBlock*>(pool->freeBlocks[c]);
-    pool->freeBlocks[c] = block;
+    void* block = VekPoolAllocatorPop_(pool, c);
+    return block != nullptr ? block : CarveBlock(pool, c);
 }
 
 VEK_POOL_SLOW_PATH void* AllocateLarge(VekPoolAllocator* pool, VekSizeT size)
@@ -180,28 +166,29 @@ VEK_POOL_SLOW_PATH void DeallocateBeyondSteps(VekPoolAllocator* pool, void* p, V
     if (size > kLargestPooled)
         DeallocateLarge(pool, p);
     else
-        PushBlock(pool, ClassOf(size), p);
+        VekPoolAllocatorPush_(pool, ClassOf(size), p);
 }
 
 } // namespace
 
 // The callbacks, with C linkage like the record that holds them. A short
-// string's block is a compare, a shift and a pop or a push.
+// string's block is a compare, a shift and a pop or a push, which the
+// header's inline paths also do in the caller.
 extern "C" {
 
-static VekVoidPtr PoolAllocate(VekAllocator* a, VekSizeT size)
+VekVoidPtr VekPoolAllocatorAllocate(VekAllocator* a, VekSizeT size) noexcept
 {
     if (size > kLargestStep)
         return AllocateBeyondSteps(PoolOf(a), size);
     return PopBlock(PoolOf(a), StepClassOf(size));
 }
 
-static void PoolDeallocate(VekAllocator* a, VekVoidPtr p, VekSizeT size)
+void VekPoolAllocatorDeallocate(VekAllocator* a, VekVoidPtr p, VekSizeT size) noexcept
 {
     if (size > kLargestStep)
         DeallocateBeyondSteps(PoolOf(a), p, size);
     else
-        PushBlock(PoolOf(a), StepClassOf(size), p);
+        VekPoolAllocatorPush_(PoolOf(a), StepClassOf(size), p);
 }
 
 } // extern "C"
@@ -209,7 +196,7 @@ static void PoolDeallocate(VekAllocator* a, VekVoidPtr p, VekSizeT size)
 void VekPoolAllocatorInit(VekPoolAllocator* pool) noexcept
 {
     *pool = VekPoolAllocator{};
-    pool->allocator = VekAllocator{PoolAllocate, PoolDeallocate,
+    pool->allocator = VekAllocator{VekPoolAllocatorAllocate, VekPoolAllocatorDeallocate,
                                    static_cast<VekSizeT>(PTRDIFF_MAX) - kHeaderSize, pool};
 }
 

@@ -4,6 +4,7 @@
 // string is measured before anything else), then works on bytes alone: the
 // record's allocator and capacity never matter, so a view, an owned copy and
 // an empty string on the shared byte compare and hash alike.
+#include "string/VekStringAvx512.h"
 #include "string/VekStringHash.h"
 #include "string/VekStringPrivate.h"
 
@@ -78,8 +79,19 @@ VekInt(VekStringCompareCStrLen)(const VekString* x, const char* y, VekSizeT ylen
 
 // Each byte enters as a signed 8-bit value on every platform, whatever the
 // signedness of char, so a hash computed here matches one computed elsewhere.
-// VekStringHash.h computes it several bytes a step.
-VekSizeT VekStringHash(const VekString* x) noexcept
+// The header's inline hash is the function: up to 8 bytes it hashes them
+// itself, longer strings it hands to VekStringHashBytes_, which takes the
+// widest kernel the processor runs (VekStringHash.h, several bytes a step).
+VekSizeT(VekStringHash)(const VekString* x) noexcept
 {
-    return StringHashBytes(x->buf, VekStringLength(x));
+    return VekStringHashInline(x);
+}
+
+VekSizeT VekStringHashBytes_(const char* p, VekSizeT n) noexcept
+{
+#if VEK_SIMD_AVX512 && VEK_SIMD_SSE2
+    if (n >= VekStringAvx512::kBlock && kStringAvx512Usable)
+        return VekStringAvx512::Hash(p, n);
+#endif
+    return StringHashLonger(p, n);
 }

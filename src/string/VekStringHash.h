@@ -30,7 +30,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "Vek/Utils/SysDep/VekBaseTypes.h"
+#include "Vek/Utils/VekString.h"
 #include "base/VekCheck.h"
 #include "simd/VekSimd.h"
 
@@ -65,36 +65,11 @@ static inline VekSizeT StringHashPlain(VekSizeT hash, const char* p, VekSizeT n)
     return hash;
 }
 
-// StringHashLoadWord reads 8 bytes so that the first one in memory is the low byte,
-// whatever the platform's byte order.
-static inline uint64_t StringHashLoadWord(const char* p)
-{
-    uint64_t word;
-    std::memcpy(&word, p, sizeof word);
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    word = __builtin_bswap64(word);
-#endif
-    return word;
-}
-
-// StringHashWordSum is the weighted sum of the 8 bytes of word (first byte weighted
-// 33^7, last 33^0), biased. Pairs fit 16-bit lanes (at most 255 * 34),
-// quads 32-bit lanes (at most 8670 * 1090), so no lane carries into the next.
-static inline VekSizeT StringHashWordSum(uint64_t word)
-{
-    constexpr uint64_t kBytes = 0x00FF00FF00FF00FFu;
-    constexpr uint64_t kPairs = 0x0000FFFF0000FFFFu;
-    word ^= 0x8080808080808080u;
-    const uint64_t pairs = (word & kBytes) * 33 + ((word >> 8) & kBytes);
-    const uint64_t quads = (pairs & kPairs) * StringHashPow33(2) + ((pairs >> 16) & kPairs);
-    return (quads & 0xFFFFFFFFu) * StringHashPow33(4) + (quads >> 32);
-}
-
-// StringHashWordStep hashes the 8 bytes at p.
+// StringHashWordStep hashes the 8 bytes at p; the word's weighted sum is the
+// public header's (VekStringHashWordInline).
 static inline VekSizeT StringHashWordStep(VekSizeT hash, const char* p)
 {
-    return hash * StringHashPow33(8) +
-           (StringHashWordSum(StringHashLoadWord(p)) - StringHashBias(8));
+    return hash * StringHashPow33(8) + VekStringHashWordInline(VekStringHashLoadInline(p));
 }
 
 // StringHashFinish hashes [p, end) after the bytes from begin to p, a word at a time.
@@ -111,13 +86,16 @@ static inline VekSizeT StringHashFinish(VekSizeT hash, const char* begin, const 
         return hash;
     if (end - begin < 8)
         return StringHashPlain(hash, p, rest);
-    const uint64_t word = StringHashLoadWord(end - 8) & (~uint64_t{0} << (8 * (8 - rest)));
-    return hash * StringHashPow33(rest) + (StringHashWordSum(word) - StringHashBias(8));
+    const uint64_t word = VekStringHashLoadInline(end - 8) & (~uint64_t{0} << (8 * (8 - rest)));
+    return hash * StringHashPow33(rest) + VekStringHashWordInline(word);
 }
 
-// StringHashPortable hashes n bytes with the word kernel alone.
+// StringHashPortable hashes n bytes with the word kernel alone. Up to 8 bytes
+// it is the public header's inline hash, so the two cannot differ.
 static inline VekSizeT StringHashPortable(const char* p, VekSizeT n)
 {
+    if (n <= 8)
+        return VekStringHashShortInline(p, n);
     return StringHashFinish(0, p, p, p + n);
 }
 
@@ -173,10 +151,10 @@ static inline VekSizeT StringHashBlockSum(const char* p)
 #endif
 
 #if VEK_SIMD_VECTOR
-// StringHashVector hashes n bytes 32 at a time, so that the chain through the
-// hash has one multiply-add per 32 bytes whatever order the compiler adds
-// in; then 16, and the rest with the word kernel.
-static inline VekSizeT StringHashVector(const char* p, VekSizeT n)
+// StringHashVectorBlocks hashes n bytes 32 at a time, so that the chain
+// through the hash has one multiply-add per 32 bytes whatever order the
+// compiler adds in; then 16, and the rest with the word kernel.
+static inline VekSizeT StringHashVectorBlocks(const char* p, VekSizeT n)
 {
     const char* const end = p + n;
     VekSizeT hash = 0;
@@ -192,6 +170,15 @@ static inline VekSizeT StringHashVector(const char* p, VekSizeT n)
     }
     return StringHashFinish(hash, p, q, end);
 }
+
+// StringHashVector hashes n bytes; up to 8 bytes it is the public header's
+// inline hash, as in StringHashPortable.
+static inline VekSizeT StringHashVector(const char* p, VekSizeT n)
+{
+    if (n <= 8)
+        return VekStringHashShortInline(p, n);
+    return StringHashVectorBlocks(p, n);
+}
 #endif
 
 // StringHashBytes is the best kernel this build has.
@@ -201,6 +188,18 @@ static inline VekSizeT StringHashBytes(const char* p, VekSizeT n)
     return StringHashVector(p, n);
 #else
     return StringHashPortable(p, n);
+#endif
+}
+
+// StringHashLonger is StringHashBytes for strings the inline hash leaves to
+// the library, longer than 8 bytes.
+static inline VekSizeT StringHashLonger(const char* p, VekSizeT n)
+{
+    VEK_ASSERT(n > 8, "the inline hash takes up to 8 bytes itself");
+#if VEK_SIMD_VECTOR
+    return StringHashVectorBlocks(p, n);
+#else
+    return StringHashFinish(0, p, p, p + n);
 #endif
 }
 

@@ -2,11 +2,14 @@
 // build compiles in, one row each, for the kernel-table test.
 //
 // Row 0 is the scalar code alone; a vector row runs the same algorithms with
-// the build's vector kernel (VectorSearch, StringHashVector). The public
-// functions use the last row's kernels. A new instruction set adds a row.
+// the build's vector kernel (VectorSearch, StringHashVector), and the AVX-512
+// row with its kernels where usable() finds the processor has them. The
+// public functions use the last usable row's kernels. A new instruction set
+// adds a row.
 #ifndef VEK_SRC_STRING_VEKSTRINGKERNELS_H
 #define VEK_SRC_STRING_VEKSTRINGKERNELS_H
 
+#include "string/VekStringAvx512.h"
 #include "string/VekStringHash.h"
 #include "string/VekStringSearchKernels.h"
 
@@ -20,6 +23,7 @@ using StringSetBackwardFn = VekSizeT (*)(const char* buf, VekSizeT start, const 
 
 struct StringKernels {
     const char* name;
+    bool (*usable)();
     VekSizeT (*hash)(const char* p, VekSizeT n);
     StringFindFn find;   // n >= 1, from < size
     StringRFindFn rfind; // n >= 2, r + n <= size
@@ -27,10 +31,17 @@ struct StringKernels {
     StringSetBackwardFn last_of, last_not_of;
 };
 
+inline bool StringKernelsAlwaysUsable()
+{
+    return true;
+}
+
 template <class Kernel>
-constexpr StringKernels StringKernelsOf(VekSizeT (*hash)(const char*, VekSizeT))
+constexpr StringKernels StringKernelsOf(VekSizeT (*hash)(const char*, VekSizeT),
+                                        bool (*usable)() = StringKernelsAlwaysUsable)
 {
     return {Kernel::kName,
+            usable,
             hash,
             StringSearchForward<Kernel>,
             StringSearchBackward<Kernel>,
@@ -44,6 +55,9 @@ inline constexpr StringKernels kStringKernels[] = {
     StringKernelsOf<ScalarSearch>(StringHashPortable),
 #if VEK_SIMD_VECTOR
     StringKernelsOf<VectorSearch>(StringHashVector),
+#endif
+#if VEK_SIMD_AVX512 && VEK_SIMD_SSE2
+    StringKernelsOf<Avx512Search>(VekStringAvx512::Hash, Avx512Search::Usable),
 #endif
 };
 

@@ -93,7 +93,7 @@ static inline void SetBuffer(char* dst, VekSizeT dstPos, VekSizeT n, char c)
 static inline void Deallocate(VekString* x)
 {
     if (x->capacity != 0)
-        VekAllocatorDeallocate(x->allocator, x->buf, x->capacity + 1);
+        VekStringDeallocateInline(x->allocator, x->buf, x->capacity);
 }
 
 // StringSetSize sets the size and, when the string owns its block, writes the
@@ -153,7 +153,7 @@ static inline char* StringAllocateBlock(VekString* x, VekSizeT capacity)
     VEK_ASSERT(capacity != 0, "no block for capacity 0");
     if (capacity >= VekStringMaxSize(x))
         return nullptr;
-    return static_cast<char*>(VekAllocatorAllocate(x->allocator, capacity + 1));
+    return VekStringAllocateInline(x->allocator, capacity);
 }
 
 // StringInstallBlock returns the old block, if owned, and installs the new

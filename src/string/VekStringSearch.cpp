@@ -14,6 +14,7 @@
 // Find-and-replace, the one function here that edits, builds its result in a
 // private block and swaps it in only when every replacement succeeded; see
 // its section for how it stays linear.
+#include "string/VekStringAvx512.h"
 #include "string/VekStringPrivate.h"
 #include "string/VekStringSearchKernels.h"
 
@@ -216,14 +217,33 @@ VekString* VekStringFindAndReplace(VekString* x, const VekString* find,
 // Character-set search
 // ------------------------------------------------------------------------
 
-// StringFindSetForward returns the first position at or after pos whose byte
-// qualifies. From pos >= size there is nothing to examine.
+// The forward set searches are the header's inline bodies
+// (VekStringInline.h), so a caller's inlined call and these functions cannot
+// differ; the inline bodies hand what they leave to VekStringScanSet_. The
+// parentheses keep the header's fast-path macros from expanding the names.
+// StringScanSet is the forward set scan with the widest kernel the
+// processor runs.
 template <Wanted kWanted>
-static VekSizeT StringFindSetForward(const VekString* x, VekSizeT pos, const char* y, VekSizeT n)
+static VekSizeT StringScanSet(const char* buf, VekSizeT size, VekSizeT pos, const char* y,
+                              VekSizeT n)
 {
-    if (pos >= x->size)
-        return VekStringNpos;
-    return StringScanSetForward<StringNativeSearch, kWanted>(x->buf, x->size, pos, y, n);
+#if VEK_SIMD_AVX512 && VEK_SIMD_SSE2
+    if (kStringAvx512Usable)
+        return StringScanSetForward<Avx512Search, kWanted>(buf, size, pos, y, n);
+#endif
+    return StringScanSetForward<StringNativeSearch, kWanted>(buf, size, pos, y, n);
+}
+
+VekSizeT VekStringScanSet_(const char* buf, VekSizeT size, VekSizeT pos, const char* y, VekSizeT n,
+                           VekBool in_set) noexcept
+{
+    VEK_ASSERT(pos < size, "a set scan starts in the content");
+    if (in_set && n == 1)
+        return StringOffsetOf(buf,
+                              std::memchr(buf + pos, static_cast<unsigned char>(y[0]), size - pos));
+    if (in_set)
+        return StringScanSet<Wanted::kInSet>(buf, size, pos, y, n);
+    return StringScanSet<Wanted::kOutsideSet>(buf, size, pos, y, n);
 }
 
 // StringLastStart is where a backward scan begins: pos itself when it is a
@@ -246,51 +266,46 @@ static VekSizeT StringFindSetBackward(const VekString* x, VekSizeT pos, const ch
                                                               n);
 }
 
-VekSizeT VekStringFindFirstOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
-                                     VekSizeT n) noexcept
+VekSizeT(VekStringFindFirstOfCStrLen)(const VekString* x, VekSizeT pos, const char* y,
+                                      VekSizeT n) noexcept
 {
-    return StringFindSetForward<Wanted::kInSet>(x, pos, y, n);
+    return VekStringFindFirstOfCStrLenInline(x, pos, y, n);
 }
 
-VekSizeT VekStringFindFirstOf(const VekString* x, VekSizeT pos, const VekString* y) noexcept
+VekSizeT(VekStringFindFirstOf)(const VekString* x, VekSizeT pos, const VekString* y) noexcept
 {
-    return VekStringFindFirstOfCStrLen(x, pos, y->buf, y->size);
+    return VekStringFindFirstOfInline(x, pos, y);
 }
 
-VekSizeT VekStringFindFirstOfCStr(const VekString* x, VekSizeT pos, const char* y) noexcept
+VekSizeT(VekStringFindFirstOfCStr)(const VekString* x, VekSizeT pos, const char* y) noexcept
 {
-    const VekSizeT n = VekStrLen(y);
-    return VekStringFindFirstOfCStrLen(x, pos, y, n);
+    return VekStringFindFirstOfCStrInline(x, pos, y);
 }
 
-VekSizeT VekStringFindFirstOfChar(const VekString* x, VekSizeT pos, char c) noexcept
+VekSizeT(VekStringFindFirstOfChar)(const VekString* x, VekSizeT pos, char c) noexcept
 {
-    if (pos >= x->size)
-        return VekStringNpos;
-    return StringOffsetOf(x->buf,
-                          memchr(x->buf + pos, static_cast<unsigned char>(c), x->size - pos));
+    return VekStringFindFirstOfCharInline(x, pos, c);
 }
 
-VekSizeT VekStringFindFirstNotOfCStrLen(const VekString* x, VekSizeT pos, const char* y,
-                                        VekSizeT n) noexcept
+VekSizeT(VekStringFindFirstNotOfCStrLen)(const VekString* x, VekSizeT pos, const char* y,
+                                         VekSizeT n) noexcept
 {
-    return StringFindSetForward<Wanted::kOutsideSet>(x, pos, y, n);
+    return VekStringFindFirstNotOfCStrLenInline(x, pos, y, n);
 }
 
-VekSizeT VekStringFindFirstNotOf(const VekString* x, VekSizeT pos, const VekString* y) noexcept
+VekSizeT(VekStringFindFirstNotOf)(const VekString* x, VekSizeT pos, const VekString* y) noexcept
 {
-    return VekStringFindFirstNotOfCStrLen(x, pos, y->buf, y->size);
+    return VekStringFindFirstNotOfInline(x, pos, y);
 }
 
-VekSizeT VekStringFindFirstNotOfCStr(const VekString* x, VekSizeT pos, const char* y) noexcept
+VekSizeT(VekStringFindFirstNotOfCStr)(const VekString* x, VekSizeT pos, const char* y) noexcept
 {
-    const VekSizeT n = VekStrLen(y);
-    return VekStringFindFirstNotOfCStrLen(x, pos, y, n);
+    return VekStringFindFirstNotOfCStrInline(x, pos, y);
 }
 
-VekSizeT VekStringFindFirstNotOfChar(const VekString* x, VekSizeT pos, char c) noexcept
+VekSizeT(VekStringFindFirstNotOfChar)(const VekString* x, VekSizeT pos, char c) noexcept
 {
-    return StringFindSetForward<Wanted::kOutsideSet>(x, pos, &c, 1);
+    return VekStringFindFirstNotOfCharInline(x, pos, c);
 }
 
 VekSizeT VekStringFindLastOfCStrLen(const VekString* x, VekSizeT pos, const char* y,

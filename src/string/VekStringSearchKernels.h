@@ -56,6 +56,21 @@ static inline bool StringNeedleRestAt(const char* p, const char* y, VekSizeT n)
     return n <= 2 || VekMemCmp(p + 1, y + 1, n - 2) == 0;
 }
 
+// StringFindEachStart tries the starts from, from + 1, ..., last one at a
+// time, taking a start whose first and last bytes both match the needle's
+// before comparing the rest, so that a partial match costs no branch.
+static inline VekSizeT StringFindEachStart(const char* buf, VekSizeT from, VekSizeT last,
+                                           const char* y, VekSizeT n)
+{
+    const char first = y[0];
+    const char end = y[n - 1];
+    for (VekSizeT p = from; p <= last; ++p) {
+        if (((buf[p] == first) & (buf[p + n - 1] == end)) != 0 && StringNeedleRestAt(buf + p, y, n))
+            return p;
+    }
+    return VekStringNpos;
+}
+
 // StringRFindEachStart tries the starts r, r - 1, ..., 0 one at a time,
 // comparing the first and last bytes before the rest. It stops at buf
 // itself rather than stepping before it.
@@ -149,16 +164,19 @@ struct NeedleEnds {
 };
 
 // Confirming holds what the forward search allows for confirming survivors
-// with memcmp: n + 64 bytes to begin with and two more per start ruled out.
-// Where ruling out by the ends does not help (a periodic needle in
-// repetitive text) confirming could grow with text x needle; when the
-// allowance runs out the search stops, and the scalar code, which is linear,
-// finishes.
+// with memcmp: n + 64 bytes to begin with and two more per start ruled out,
+// so by the start s, n + 64 + 2 (s - from) in all. Where ruling out by the
+// ends does not help (a periodic needle in repetitive text) confirming could
+// grow with text x needle; when the allowance runs out the search stops, and
+// the scalar code, which is linear, finishes. What has been spent is kept,
+// not what is left, so that a step that rules out every start of its blocks
+// touches nothing.
 struct Confirming {
     const char* buf;
     const char* y;
     VekSizeT n;
-    VekSizeT allowance;
+    VekSizeT from;
+    VekSizeT spent;
 
     // LowestFirst confirms the survivors of the block at base, lowest first;
     // true with the result in *out when the search ends there.
@@ -170,13 +188,12 @@ struct Confirming {
                 *out = {start, true};
                 return true;
             }
-            if (allowance < n) {
+            if (64 + 2 * (start - from) < spent) {
                 *out = {start + 1, false};
                 return true;
             }
-            allowance -= n;
+            spent += n;
         }
-        allowance += 2 * kBlock;
         return false;
     }
 };
@@ -373,20 +390,21 @@ struct VectorSearch {
         if (n > size || from > size - n || size - n - from < kBlock - 1)
             return {from, false};
         const VekSearchVector::NeedleEnds ends(y, n);
-        VekSearchVector::Confirming confirming{buf, y, n, n + 64};
+        VekSearchVector::Confirming confirming{buf, y, n, from, 0};
         const VekSizeT last = size - n;
         Searched result{VekStringNpos, true};
         VekSizeT at = from;
-        for (; at <= last && last - at >= 2 * kBlock - 1; at += 2 * kBlock) {
-            const VekVector::Bytes low = ends.Matches(buf + at);
-            const VekVector::Bytes high = ends.Matches(buf + at + kBlock);
-            if (!VekVector::AnyMarked(VekVector::Or(low, high))) {
-                confirming.allowance += 4 * kBlock;
-                continue;
-            }
-            if (confirming.LowestFirst(VekVector::MarksOf(low), at, &result) ||
-                confirming.LowestFirst(VekVector::MarksOf(high), at + kBlock, &result))
-                return result;
+        if (last - at >= 2 * kBlock - 1) {
+            const VekSizeT stop = last - (2 * kBlock - 1);
+            do {
+                const VekVector::Bytes low = ends.Matches(buf + at);
+                const VekVector::Bytes high = ends.Matches(buf + at + kBlock);
+                if (VekVector::AnyMarked(VekVector::Or(low, high)) &&
+                    (confirming.LowestFirst(VekVector::MarksOf(low), at, &result) ||
+                     confirming.LowestFirst(VekVector::MarksOf(high), at + kBlock, &result)))
+                    return result;
+                at += 2 * kBlock;
+            } while (at <= stop);
         }
         for (; at <= last; at += kBlock) {
             const VekSizeT block = at < last - (kBlock - 1) ? at : last - (kBlock - 1);
@@ -462,10 +480,15 @@ using StringNativeSearch = VectorSearch;
 using StringNativeSearch = ScalarSearch;
 #endif
 
+// Below this many starts, trying each costs less than memmem's set-up.
+constexpr VekSizeT kFewStarts = 16;
+
 // StringSearchForward is the forward search of find and find-and-replace:
 // the smallest start at or after `from` where the n bytes of y stand within
 // [0, size). A one-byte needle is memchr's; a longer one goes to the kernel,
-// and whatever the kernel leaves to memmem, which is linear.
+// and whatever the kernel leaves to memmem, which is linear, or when fewer
+// than kFewStarts starts are left, to trying each (at most kFewStarts
+// comparisons of the needle).
 template <class Kernel>
 VekSizeT StringSearchForward(const char* buf, VekSizeT size, VekSizeT from, const char* y,
                              VekSizeT n)
@@ -474,6 +497,10 @@ VekSizeT StringSearchForward(const char* buf, VekSizeT size, VekSizeT from, cons
     if (n == 1)
         return StringOffsetOf(
             buf, std::memchr(buf + from, static_cast<unsigned char>(y[0]), size - from));
+    if (n > size - from)
+        return VekStringNpos;
+    if (size - n - from < kFewStarts)
+        return StringFindEachStart(buf, from, size - n, y, n);
     const Searched kernel = Kernel::Forward(buf, size, from, y, n);
     if (kernel.done)
         return kernel.at;

@@ -43,6 +43,7 @@
 
 #include "SysDep/VekBaseTypes.h"
 #include "VekAllocator.h"
+#include "VekStdCLibInline.h"
 
 VEK_EXTERN_C_BEGIN
 
@@ -81,6 +82,64 @@ VekAllocator* VekPoolAllocatorGet(VekPoolAllocator* pool) VEK_NOEXCEPT;
  * empty, as VekPoolAllocatorInit leaves it, and may be used again.
  */
 void VekPoolAllocatorDestroy(VekPoolAllocator* pool) VEK_NOEXCEPT;
+
+/*
+ * The pool's callbacks. They are named so that the layer's inline paths can
+ * recognise a pool by its callbacks and take or give back a block of the
+ * 16-byte steps inline (VekPoolAllocatorTakeInline below); they are not to be
+ * put in any record but the pool's own.
+ */
+VekVoidPtr VekPoolAllocatorAllocate(VekAllocator* a, VekSizeT size) VEK_NOEXCEPT;
+void VekPoolAllocatorDeallocate(VekAllocator* a, VekVoidPtr p, VekSizeT size) VEK_NOEXCEPT;
+
+/* Byte counts up to this one come in 16-byte steps: class (size - 1) / 16. */
+#define VEK_POOL_ALLOCATOR_LARGEST_STEP 128
+
+/* VekPoolAllocatorPop_ takes the block last freed from the list of class c,
+ * or returns NULL when the list is empty; VekPoolAllocatorPush_ puts one on
+ * it. A free block holds the link to the next. The pool's own code. */
+static inline VekVoidPtr VekPoolAllocatorPop_(VekPoolAllocator* pool, size_t c) VEK_NOEXCEPT
+{
+    void* block = pool->freeBlocks[c];
+    if (block != NULL)
+        VekMemCpy(&pool->freeBlocks[c], block, sizeof block);
+    return block;
+}
+
+static inline void VekPoolAllocatorPush_(VekPoolAllocator* pool, size_t c,
+                                         VekVoidPtr p) VEK_NOEXCEPT
+{
+    VekMemCpy(p, &pool->freeBlocks[c], sizeof p);
+    pool->freeBlocks[c] = p;
+}
+
+/*
+ * The fast paths of the 16-byte steps for code that holds any allocator
+ * record. VekPoolAllocatorTakeInline returns a block of size bytes when a is a
+ * pool's record, size one of the steps and its list not empty; otherwise
+ * NULL, and the caller calls a's callback as usual (which refills the list).
+ * VekPoolAllocatorGiveInline takes a block back and returns true when a is a
+ * pool's record and size one of the steps. A pool's allocator record is its
+ * first member, so it stands at the pool's own address.
+ */
+static inline VekVoidPtr VekPoolAllocatorTakeInline(VekAllocator* a, VekSizeT size) VEK_NOEXCEPT
+{
+    if (a->allocate != VekPoolAllocatorAllocate || size > VEK_POOL_ALLOCATOR_LARGEST_STEP)
+        return NULL;
+    /* A C cast, as this header is C as well as C++. */
+    /* cppcheck-suppress cstyleCast */
+    return VekPoolAllocatorPop_((VekPoolAllocator*)a, (size_t)((size - 1) >> 4));
+}
+
+static inline VekBool VekPoolAllocatorGiveInline(VekAllocator* a, VekVoidPtr p,
+                                                 VekSizeT size) VEK_NOEXCEPT
+{
+    if (a->deallocate != VekPoolAllocatorDeallocate || size > VEK_POOL_ALLOCATOR_LARGEST_STEP)
+        return VEK_FALSE;
+    /* cppcheck-suppress cstyleCast */
+    VekPoolAllocatorPush_((VekPoolAllocator*)a, (size_t)((size - 1) >> 4), p);
+    return VEK_TRUE;
+}
 
 VEK_EXTERN_C_END
 

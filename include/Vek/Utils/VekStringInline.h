@@ -7,8 +7,18 @@
 #ifndef VEK_UTILS_VEKSTRINGINLINE_H
 #define VEK_UTILS_VEKSTRINGINLINE_H
 
+#include "VekPoolAllocator.h"
 #include "VekStdCLibInline.h"
 #include "VekString.h"
+
+/* The inline searches compare 16 bytes at a time where the compiler offers
+ * SSE2, and byte by byte elsewhere (and in the library's plain build). */
+#if !defined(VEK_PORTABLE) && defined(__SSE2__) && (defined(__GNUC__) || defined(__clang__))
+#include <emmintrin.h>
+#define VEK_STRING_INLINE_SSE2 1
+#else
+#define VEK_STRING_INLINE_SSE2 0
+#endif
 
 VEK_EXTERN_C_BEGIN
 
@@ -139,13 +149,29 @@ static inline VekString* VekStringAppendCharInline(VekString* x, char c) VEK_NOE
     return (VekStringAppendChar)(x, c);
 }
 
-/* VekStringAllocateInline takes the block of a new capacity: capacity + 1
- * bytes from allocator a. */
+/* VekStringAllocateInline takes the block of a new capacity, capacity + 1
+ * bytes from allocator a, and VekStringDeallocateInline gives one back:
+ * every block of the module goes through these two. A pool's short blocks
+ * are taken and given back inline, where the call through the record would
+ * cost as much as the pool's own work; any other allocator is called through
+ * its record. (Recognising the default allocator the same way and calling
+ * malloc and free directly gains nothing measurable: malloc and free are
+ * the cost, not the call.) */
 static inline char* VekStringAllocateInline(VekAllocator* a, VekSizeT capacity) VEK_NOEXCEPT
 {
+    void* block = VekPoolAllocatorTakeInline(a, capacity + 1);
+    if (block == NULL)
+        block = VekAllocatorAllocate(a, capacity + 1);
     /* A C cast, as this header is C as well as C++. */
     /* cppcheck-suppress cstyleCast */
-    return (char*)VekAllocatorAllocate(a, capacity + 1);
+    return (char*)block;
+}
+
+static inline void VekStringDeallocateInline(VekAllocator* a, char* buf,
+                                             VekSizeT capacity) VEK_NOEXCEPT
+{
+    if (!VekPoolAllocatorGiveInline(a, buf, capacity + 1))
+        VekAllocatorDeallocate(a, buf, capacity + 1);
 }
 
 /* VekStringAppendGrowInline appends n > 0 bytes that do not fit the owned
@@ -176,7 +202,7 @@ static inline VekString* VekStringAppendGrowInline(VekString* x, const char* str
     VekStringCopyBytesInline(buf + size, str, n);
     buf[new_size] = '\0';
     if (capacity != 0)
-        VekAllocatorDeallocate(x->allocator, x->buf, capacity + 1);
+        VekStringDeallocateInline(x->allocator, x->buf, capacity);
     x->buf = buf;
     x->size = new_size;
     x->capacity = new_capacity;
@@ -251,7 +277,7 @@ static inline VekString* VekStringConstructCopyInline(VekString* x,
 static inline void VekStringDestructInline(VekString* x) VEK_NOEXCEPT
 {
     if (x->capacity != 0)
-        VekAllocatorDeallocate(x->allocator, x->buf, x->capacity + 1);
+        VekStringDeallocateInline(x->allocator, x->buf, x->capacity);
     x->allocator = NULL;
     x->buf = NULL;
     x->size = 0;
@@ -259,9 +285,10 @@ static inline void VekStringDestructInline(VekString* x) VEK_NOEXCEPT
 }
 
 /*
- * Equality and ordering. Below 33 bytes equality compares words inline,
- * never reading outside either operand: two words that overlap in the middle
- * cover every length from one word to two. Ordering needs memcmp's own
+ * Equality and ordering. Below 33 bytes equality compares words inline
+ * (up to 64 bytes 16-byte blocks, where SSE2 is at hand), never reading
+ * outside either operand: two words or blocks that overlap in the middle
+ * cover every length from one to two of them. Ordering needs memcmp's own
  * result whenever the bytes differ, so it only saves the call into the
  * library. Both read nothing when the length is 0, so either pointer may
  * then be NULL.
@@ -273,9 +300,30 @@ static inline uint64_t VekStringDiffer64Inline(const char* a, const char* b,
     return VekStringLoad64Inline(a + at) ^ VekStringLoad64Inline(b + at);
 }
 
+#if VEK_STRING_INLINE_SSE2
+/* VekStringEqualBlocksInline compares 16 < n <= 64 bytes by 16-byte blocks,
+ * the last one ending at the last byte, and decides once at the end: that
+ * far the call into memcmp costs more than the blocks. */
+static inline VekBool VekStringEqualBlocksInline(const char* a, const char* b,
+                                                 VekSizeT n) VEK_NOEXCEPT
+{
+    __m128i diff = _mm_xor_si128(_mm_loadu_si128((const __m128i*)(a + n - 16)),
+                                 _mm_loadu_si128((const __m128i*)(b + n - 16)));
+    VekSizeT i;
+    for (i = 0; i + 16 < n; i += 16)
+        diff = _mm_or_si128(diff, _mm_xor_si128(_mm_loadu_si128((const __m128i*)(a + i)),
+                                                _mm_loadu_si128((const __m128i*)(b + i))));
+    return (VekBool)(_mm_movemask_epi8(_mm_cmpeq_epi8(diff, _mm_setzero_si128())) == 0xFFFF);
+}
+#endif
+
 static inline VekBool VekStringEqualBytesInline(const char* a, const char* b,
                                                 VekSizeT n) VEK_NOEXCEPT
 {
+#if VEK_STRING_INLINE_SSE2
+    if (n > 16)
+        return n > 64 ? (VekBool)(VekMemCmp(a, b, n) == 0) : VekStringEqualBlocksInline(a, b, n);
+#endif
     if (n > 32)
         return (VekBool)(VekMemCmp(a, b, n) == 0);
     if (n > 16)
@@ -336,6 +384,279 @@ static inline VekInt VekStringCompareCStrInline(const VekString* x, const char* 
     return VekStringCompareCStrLenInline(x, y, VekStrLen(y));
 }
 
+/*
+ * The hash, h = h * 33 + b over the bytes taken as signed values, from 0. Up
+ * to 8 bytes it is computed here, as one word: the weighted
+ * sum of a word's bytes (the first weighted 33^7) is three multiply-adds of
+ * bytes into pairs, pairs into quads and quads into the word, on bytes biased
+ * by 128 so that no partial sum is negative or carries into its neighbour. A
+ * zero byte biased this way adds exactly its share of the bias, so bytes
+ * that are not the string's stand as zeros in front of those that are and
+ * count for nothing. Longer strings go to the library's block kernels, whose
+ * own short case is this code.
+ */
+
+/* VekStringHashBytes_ hashes the n bytes at p. The inline hash's way into the
+ * library, not to be called otherwise. */
+VekSizeT VekStringHashBytes_(const char* p, VekSizeT n) VEK_NOEXCEPT;
+
+/* VekStringHashLoadInline reads 8 bytes as a word whose low byte is the first
+ * in memory, whatever the byte order. */
+static inline uint64_t VekStringHashLoadInline(const char* p) VEK_NOEXCEPT
+{
+    uint64_t word = VekStringLoad64Inline(p);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    word = __builtin_bswap64(word);
+#endif
+    return word;
+}
+
+static inline uint64_t VekStringHashLoad32Inline(const char* p) VEK_NOEXCEPT
+{
+    uint32_t word = VekStringLoad32Inline(p);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    word = __builtin_bswap32(word);
+#endif
+    return word;
+}
+
+/* VekStringHashWordInline is the weighted sum of the 8 bytes of word, the
+ * low byte weighted 33^7 and the high one 1. Biased pairs fit 16 bits (at
+ * most 255 * 34) and quads 32 bits (at most 8670 * 1090); the bias of the 8
+ * bytes, 128 * (33^7 + ... + 1) = 4 * (33^8 - 1), comes off at the end. */
+static inline uint64_t VekStringHashWordInline(uint64_t word) VEK_NOEXCEPT
+{
+    const uint64_t bytes = 0x00FF00FF00FF00FFu, pairs_mask = 0x0000FFFF0000FFFFu;
+    uint64_t pairs, quads;
+    word ^= 0x8080808080808080u;
+    pairs = (word & bytes) * 33u + (word >> 8 & bytes);
+    quads = (pairs & pairs_mask) * 1089u + (pairs >> 16 & pairs_mask);
+    return (quads & 0xFFFFFFFFu) * 1185921u + (quads >> 32) - 5625634472960u;
+}
+
+/* VekStringHashShortInline hashes n <= 8 bytes at p, reading none beyond,
+ * gathered into the top of one word from two 4-byte loads that overlap or
+ * from the first, middle and last bytes. Longer strings take the library's
+ * 16-byte blocks, which from 9 bytes on cost less than the call. */
+static inline VekSizeT VekStringHashShortInline(const char* p, VekSizeT n) VEK_NOEXCEPT
+{
+    const unsigned len = (unsigned)n;
+    uint64_t word;
+    if (len == 8) {
+        word = VekStringHashLoadInline(p);
+    } else if (len >= 4) {
+        word = VekStringHashLoad32Inline(p + len - 4) << 32 | VekStringHashLoad32Inline(p)
+                                                                  << 8 * (8 - len);
+    } else if (len != 0) {
+        word = (uint64_t)(unsigned char)p[len - 1] << 56 |
+               (uint64_t)(unsigned char)p[len / 2] << 8 * (8 - len + len / 2) |
+               (uint64_t)(unsigned char)p[0] << 8 * (8 - len);
+    } else {
+        return 0;
+    }
+    return VekStringHashWordInline(word);
+}
+
+static inline VekSizeT VekStringHashInline(const VekString* x) VEK_NOEXCEPT
+{
+    if (x->size > 8)
+        return VekStringHashBytes_(x->buf, x->size);
+    return VekStringHashShortInline(x->buf, x->size);
+}
+
+/*
+ * Set searches forward. A search that ends within the first bytes it looks
+ * at (a token, a field, a short string) costs more in the call than in the
+ * comparing, so the first 64 bytes are compared here, against sets of up to
+ * four bytes (blanks, separators, a quote and its escape): 16 bytes at a time
+ * with SSE2, and one byte at a time elsewhere. Whatever remains, and every
+ * larger or empty set, goes to the library's kernels, VekStringScanSet_,
+ * which are the same for every form. A set given as a constant (a literal C
+ * string, a character) becomes constant vectors in the caller. Nothing
+ * outside the content is read: a string shorter than a block is loaded as two
+ * overlapping halves.
+ */
+/* VekStringScanSet_ returns the first position in [pos, size) of buf whose
+ * byte is in the n bytes of y (in_set) or in none of them (!in_set), or
+ * VekStringNpos; pos < size. The inline searches' way into the library, not
+ * to be called otherwise. */
+VekSizeT VekStringScanSet_(const char* buf, VekSizeT size, VekSizeT pos, const char* y, VekSizeT n,
+                           VekBool in_set) VEK_NOEXCEPT;
+
+/* The bytes looked at inline, at most, before the rest goes to the library. */
+#define VEK_STRING_INLINE_SCAN 32
+
+#if VEK_STRING_INLINE_SSE2
+/* VekStringSetMarksInline marks with a bit each of the 16 bytes of v that
+ * qualifies: in the set, or in none of it. The set is up to four bytes in
+ * four vectors; a shorter one repeats its last byte. */
+static inline unsigned VekStringSetMarksInline(__m128i v, const __m128i* set,
+                                               VekBool in_set) VEK_NOEXCEPT
+{
+    const __m128i hits =
+        _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, set[0]), _mm_cmpeq_epi8(v, set[1])),
+                     _mm_or_si128(_mm_cmpeq_epi8(v, set[2]), _mm_cmpeq_epi8(v, set[3])));
+    const unsigned marks = (unsigned)_mm_movemask_epi8(hits);
+    return in_set ? marks : ~marks & 0xFFFFu;
+}
+
+/* VekStringShortSetMarksInline marks the qualifying positions of a string of
+ * 1 to 15 bytes, bit i for the byte at i. The string is loaded as a head and
+ * a tail that overlap (two 8-byte or two 4-byte halves, or for up to three
+ * bytes the first, middle and last); a byte seen twice qualifies twice alike,
+ * so the two halves' marks are simply joined, each at its place. */
+static inline unsigned VekStringShortSetMarksInline(const char* buf, VekSizeT size,
+                                                    const __m128i* set, VekBool in_set) VEK_NOEXCEPT
+{
+    const unsigned n = (unsigned)size;
+    unsigned marks;
+    if (n >= 8) {
+        const __m128i head = _mm_loadl_epi64((const __m128i*)(const void*)buf);
+        const __m128i tail = _mm_loadl_epi64((const __m128i*)(const void*)(buf + n - 8));
+        marks = VekStringSetMarksInline(_mm_unpacklo_epi64(head, tail), set, in_set);
+        return (marks & 0xFFu) | (marks >> 8 << (n - 8));
+    }
+    if (n >= 4) {
+        const __m128i head = _mm_cvtsi32_si128((int)VekStringLoad32Inline(buf));
+        const __m128i tail = _mm_cvtsi32_si128((int)VekStringLoad32Inline(buf + n - 4));
+        marks = VekStringSetMarksInline(_mm_unpacklo_epi32(head, tail), set, in_set);
+        return (marks & 0xFu) | ((marks >> 4 & 0xFu) << (n - 4));
+    }
+    marks = VekStringSetMarksInline(_mm_cvtsi32_si128((unsigned char)buf[0] |
+                                                      (unsigned char)buf[n / 2] << 8 |
+                                                      (unsigned char)buf[n - 1] << 16),
+                                    set, in_set);
+    return (marks & 1u) | (marks >> 1 & 1u) << (n / 2) | (marks >> 2 & 1u) << (n - 1);
+}
+#endif
+
+/* VekStringSetHoldsInline tells whether b is one of the n bytes of y. */
+static inline VekBool VekStringSetHoldsInline(const char* y, VekSizeT n, char b) VEK_NOEXCEPT
+{
+    VekSizeT i;
+    for (i = 0; i < n; ++i) {
+        if (y[i] == b)
+            return VEK_TRUE;
+    }
+    return VEK_FALSE;
+}
+
+/* VekStringFindSetInline is every forward set search: the first position at
+ * or after pos whose byte is in the set (in_set) or in none of it. */
+static inline VekSizeT VekStringFindSetInline(const VekString* x, VekSizeT pos, const char* y,
+                                              VekSizeT n, VekBool in_set) VEK_NOEXCEPT
+{
+    const char* buf = x->buf;
+    const VekSizeT size = x->size;
+    if (pos >= size)
+        return VekStringNpos;
+    if (n - 1 >= 4)
+        return VekStringScanSet_(buf, size, pos, y, n, in_set);
+    {
+#if VEK_STRING_INLINE_SSE2
+        __m128i set[4];
+        unsigned marks;
+        set[0] = _mm_set1_epi8(y[0]);
+        set[1] = _mm_set1_epi8(y[n > 1 ? 1 : 0]);
+        set[2] = _mm_set1_epi8(y[n > 2 ? 2 : n - 1]);
+        set[3] = _mm_set1_epi8(y[n - 1]);
+        {
+            /* Whole blocks from pos, then the last 16 bytes with the marks
+             * below pos shifted out; a string shorter than a block is looked
+             * at 8 bytes from pos first, where most short searches end. */
+            const VekSizeT stop = pos + VEK_STRING_INLINE_SCAN;
+            while (size - pos >= 16) {
+                const __m128i v = _mm_loadu_si128((const __m128i*)(const void*)(buf + pos));
+                marks = VekStringSetMarksInline(v, set, in_set);
+                if (marks != 0)
+                    return pos + (VekSizeT)__builtin_ctz(marks);
+                pos += 16;
+                if (pos == size)
+                    return VekStringNpos;
+                if (pos >= stop)
+                    return VekStringScanSet_(buf, size, pos, y, n, in_set);
+            }
+            if (size >= 16) {
+                const __m128i v = _mm_loadu_si128((const __m128i*)(const void*)(buf + size - 16));
+                marks = VekStringSetMarksInline(v, set, in_set) >> (pos - (size - 16));
+            } else {
+                if (size - pos >= 8) {
+                    const __m128i v = _mm_loadl_epi64((const __m128i*)(const void*)(buf + pos));
+                    marks = VekStringSetMarksInline(v, set, in_set) & 0xFFu;
+                    if (marks != 0)
+                        return pos + (VekSizeT)__builtin_ctz(marks);
+                    pos += 8;
+                    if (pos == size)
+                        return VekStringNpos;
+                }
+                marks = VekStringShortSetMarksInline(buf, size, set, in_set) >> pos;
+            }
+            return marks != 0 ? pos + (VekSizeT)__builtin_ctz(marks) : VekStringNpos;
+        }
+#else
+        const VekSizeT stop =
+            size - pos > VEK_STRING_INLINE_SCAN ? pos + VEK_STRING_INLINE_SCAN : size;
+        for (; pos < stop; ++pos) {
+            if (VekStringSetHoldsInline(y, n, buf[pos]) == in_set)
+                return pos;
+        }
+        if (pos == size)
+            return VekStringNpos;
+#endif
+    }
+    return VekStringScanSet_(buf, size, pos, y, n, in_set);
+}
+
+static inline VekSizeT VekStringFindFirstOfCStrLenInline(const VekString* x, VekSizeT pos,
+                                                         const char* y, VekSizeT n) VEK_NOEXCEPT
+{
+    return VekStringFindSetInline(x, pos, y, n, VEK_TRUE);
+}
+
+static inline VekSizeT VekStringFindFirstOfInline(const VekString* x, VekSizeT pos,
+                                                  const VekString* y) VEK_NOEXCEPT
+{
+    return VekStringFindSetInline(x, pos, y->buf, y->size, VEK_TRUE);
+}
+
+static inline VekSizeT VekStringFindFirstOfCStrInline(const VekString* x, VekSizeT pos,
+                                                      const char* y) VEK_NOEXCEPT
+{
+    const VekSizeT n = VekStrLen(y);
+    return VekStringFindSetInline(x, pos, y, n, VEK_TRUE);
+}
+
+static inline VekSizeT VekStringFindFirstOfCharInline(const VekString* x, VekSizeT pos,
+                                                      char c) VEK_NOEXCEPT
+{
+    return VekStringFindSetInline(x, pos, &c, 1, VEK_TRUE);
+}
+
+static inline VekSizeT VekStringFindFirstNotOfCStrLenInline(const VekString* x, VekSizeT pos,
+                                                            const char* y, VekSizeT n) VEK_NOEXCEPT
+{
+    return VekStringFindSetInline(x, pos, y, n, VEK_FALSE);
+}
+
+static inline VekSizeT VekStringFindFirstNotOfInline(const VekString* x, VekSizeT pos,
+                                                     const VekString* y) VEK_NOEXCEPT
+{
+    return VekStringFindSetInline(x, pos, y->buf, y->size, VEK_FALSE);
+}
+
+static inline VekSizeT VekStringFindFirstNotOfCStrInline(const VekString* x, VekSizeT pos,
+                                                         const char* y) VEK_NOEXCEPT
+{
+    const VekSizeT n = VekStrLen(y);
+    return VekStringFindSetInline(x, pos, y, n, VEK_FALSE);
+}
+
+static inline VekSizeT VekStringFindFirstNotOfCharInline(const VekString* x, VekSizeT pos,
+                                                         char c) VEK_NOEXCEPT
+{
+    return VekStringFindSetInline(x, pos, &c, 1, VEK_FALSE);
+}
+
 /* A checked library checks every call on entry, so code built against one
  * (VEK_CHECKED defined, as the CMake target does) calls the functions. Put a
  * name in parentheses to call the function itself. */
@@ -354,6 +675,17 @@ static inline VekInt VekStringCompareCStrInline(const VekString* x, const char* 
 #define VekStringCompare(x, y) VekStringCompareInline((x), (y))
 #define VekStringCompareCStr(x, y) VekStringCompareCStrInline((x), (y))
 #define VekStringCompareCStrLen(x, y, ylen) VekStringCompareCStrLenInline((x), (y), (ylen))
+#define VekStringHash(x) VekStringHashInline((x))
+#define VekStringFindFirstOf(x, pos, y) VekStringFindFirstOfInline((x), (pos), (y))
+#define VekStringFindFirstOfCStrLen(x, pos, y, n)                                                  \
+    VekStringFindFirstOfCStrLenInline((x), (pos), (y), (n))
+#define VekStringFindFirstOfCStr(x, pos, y) VekStringFindFirstOfCStrInline((x), (pos), (y))
+#define VekStringFindFirstOfChar(x, pos, c) VekStringFindFirstOfCharInline((x), (pos), (c))
+#define VekStringFindFirstNotOf(x, pos, y) VekStringFindFirstNotOfInline((x), (pos), (y))
+#define VekStringFindFirstNotOfCStrLen(x, pos, y, n)                                               \
+    VekStringFindFirstNotOfCStrLenInline((x), (pos), (y), (n))
+#define VekStringFindFirstNotOfCStr(x, pos, y) VekStringFindFirstNotOfCStrInline((x), (pos), (y))
+#define VekStringFindFirstNotOfChar(x, pos, c) VekStringFindFirstNotOfCharInline((x), (pos), (c))
 #endif
 
 /* ========================================================================
