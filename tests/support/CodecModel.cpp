@@ -201,7 +201,9 @@ void CheckConversion(Choices& in, Report report, const char* conversion,
 {
     const Converted<Out> expected = Expected(units);
     const Placed<In> input(units, in.Below(64));
-    for (const std::size_t size : Sizes(in, expected ? expected->size() : 8)) {
+    // A refused input gets outputs large enough for any conversion of it too,
+    // so that the defect is met while converting as well as while measuring.
+    for (const std::size_t size : Sizes(in, expected ? expected->size() : 4 * units.size())) {
         CheckAtSize(public_fn, input.data(), expected, {conversion, "the public function", size},
                     report);
         for (const VekUtf8::Utf8Kernels& row : VekUtf8::Utf8KernelTable()) {
@@ -227,14 +229,16 @@ VekWideChar Character(Choices& in, std::size_t cls)
     }
 }
 
-// Text is runs of characters: of one class, ASCII half the time, or mixed.
+// Text is runs of characters: of one class, ASCII half the time, or mixed;
+// now and then a run long enough for the vector kernels' longest count of
+// blocks.
 Ucs4 DrawText(Choices& in)
 {
     Ucs4 text;
     for (std::uint64_t runs = in.Below(8); runs > 0; --runs) {
         const bool mixed = in.OneIn(4);
         const std::size_t cls = in.OneIn(2) ? 0 : in.Below(5);
-        for (std::uint64_t n = in.Below(40); n > 0; --n)
+        for (std::uint64_t n = in.OneIn(64) ? 2100 + in.Below(400) : in.Below(40); n > 0; --n)
             text.push_back(Character(in, mixed ? in.Below(5) : cls));
     }
     return text;
