@@ -57,7 +57,7 @@ void AddConversion(Choices& in, Format* f, int* used)
     else if (conversion != 'c' && conversion != 's' && conversion != 'p')
         directive += kLengths[in.Below(std::size(kLengths))];
     f->text += directive + conversion;
-    std::uint64_t& word = f->words[(*used)++];
+    FormatWord& word = f->words[(*used)++];
     if (conversion == 's' && wide) {
         word = reinterpret_cast<std::uintptr_t>(
             f->wide.emplace_back(kWideStrings[in.Below(std::size(kWideStrings))]).c_str());
@@ -67,8 +67,14 @@ void AddConversion(Choices& in, Format* f, int* used)
         word = in.OneIn(8)
                    ? 0
                    : reinterpret_cast<std::uintptr_t>(f->strings.emplace_back(text).c_str());
+    } else if (wide) {
+        word = static_cast<FormatWord>(kWideChars[in.Below(std::size(kWideChars))]);
     } else {
-        word = wide ? kWideChars[in.Below(std::size(kWideChars))] : Number(in);
+        const std::uint64_t number = Number(in);
+        word = static_cast<FormatWord>(number);
+        const std::string_view length(directive);
+        if (kWordsPer64Bits == 2 && (length.ends_with("ll") || length.ends_with("j")))
+            f->words[(*used)++] = static_cast<FormatWord>(number >> 32);
     }
 }
 
@@ -99,7 +105,7 @@ Format DrawFormat(Choices& in)
             f.text += "%%";
             break;
         default:
-            if (used + 3 <= kFormatWords)
+            if (used + 3 * kWordsPer64Bits <= kFormatWords)
                 AddConversion(in, &f, &used);
         }
     }

@@ -9,10 +9,11 @@
 // %ls, %o, %p, a null %s), with the edge values of every type, wide
 // characters no locale encodes among them.
 //
-// Every argument travels as one 64-bit word: on the ABIs this library runs
-// on, va_arg of an int, a long, a size_t, a pointer or a wint_t reads such a
-// word (the narrow ones its low half), so one call shape serves every format,
-// and the formatter and its oracle read exactly the same argument list.
+// Every argument travels as pointer-sized words: on the ABIs this library
+// runs on, va_arg of an int, a long, a size_t, a pointer or a wint_t reads
+// one such word (the narrow ones its low half), and a long long or intmax_t
+// on a 32-bit target reads two, low half first. So one call shape serves
+// every format, and the formatter and its oracle read the same argument list.
 #ifndef VEK_TESTS_FORMATMODEL_H
 #define VEK_TESTS_FORMATMODEL_H
 
@@ -25,11 +26,13 @@
 
 namespace vektest {
 
-constexpr int kFormatWords = 8;
+using FormatWord = std::uintptr_t;
+constexpr int kWordsPer64Bits = 8 / sizeof(FormatWord);
+constexpr int kFormatWords = 8 * kWordsPer64Bits;
 
 struct Format {
     std::string text;
-    std::uint64_t words[kFormatWords] = {};
+    FormatWord words[16] = {};       // every call passes all 16; 8 64-bit values at most are read
     std::deque<std::string> strings; // what %s words point at
     std::deque<std::wstring> wide;   // what %ls words point at
 };
@@ -38,7 +41,8 @@ struct Format {
 // call; VEK_FORMAT_WORDS(f) the arguments alone.
 #define VEK_FORMAT_WORDS(f)                                                                        \
     (f).words[0], (f).words[1], (f).words[2], (f).words[3], (f).words[4], (f).words[5],            \
-        (f).words[6], (f).words[7]
+        (f).words[6], (f).words[7], (f).words[8], (f).words[9], (f).words[10], (f).words[11],      \
+        (f).words[12], (f).words[13], (f).words[14], (f).words[15]
 #define VEK_FORMAT_ARGS(f) (f).text.c_str(), VEK_FORMAT_WORDS(f)
 
 Format DrawFormat(Choices& in);

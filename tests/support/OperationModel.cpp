@@ -113,8 +113,10 @@ Step::Step(Model& model, int slot)
 
 VekSizeT Step::Pos(VekSizeT size)
 {
+    // Past the end: just past, near npos, or past 32 bits (1 if narrowed).
+    static constexpr VekSizeT kBeyond[] = {kNpos, kNpos - 1, (VekSizeT{1} << 32) + 1};
     if (in.OneIn(10))
-        return in.OneIn(2) ? size + 1 : kNpos - in.Below(2);
+        return in.OneIn(2) ? size + 1 : kBeyond[in.Below(3)];
     return in.Below(size + 1);
 }
 

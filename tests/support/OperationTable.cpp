@@ -235,6 +235,7 @@ bool Iterates(Step& s, VekStringIterator it, VekSizeT at)
          [[maybe_unused]] const VekSizeT p = s.Pos(), n = s.Count(),                             \
                                          q = s.in.Below(s.m.size() + 1),                         \
                                          k = s.in.Below(s.m.size() - q + 1);                     \
+         [[maybe_unused]] const std::size_t sp = vektest::StdAt(p);                              \
          __VA_ARGS__ }}
 // An edit under the growth rule: what std::string gives, then the call.
 #define VEK_EDIT(name, maker, expectation, call)                                                 \
@@ -348,28 +349,28 @@ const Row kRows[] = {
     VEK_QUERY(CompareCStrLen, s.Slice(), VekStringCompareCStrLen(s.x, y.ptr, y.len), Compared(VekStringCompareCStrLen(s.x, y.ptr, y.len), s.m, y.bytes)),
     VEK_QUERY(Hash, s.Byte(), VekStringHash(s.x), Hash(s.m)),
     // Character-set search
-    VEK_QUERY(FindFirstOf, s.Str(), VekStringFindFirstOf(s.x, p, y.str), s.m.find_first_of(y.bytes, p)),
-    VEK_QUERY(FindFirstOfCStrLen, s.Slice(), VekStringFindFirstOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_first_of(y.bytes, p)),
-    VEK_QUERY(FindFirstOfChar, s.Byte(), VekStringFindFirstOfChar(s.x, p, *y.ptr), s.m.find_first_of(y.bytes, p)),
-    VEK_QUERY(FindFirstOfCStr, s.CStr(), VekStringFindFirstOfCStr(s.x, p, y.ptr), s.m.find_first_of(y.bytes, p)),
-    VEK_QUERY(FindFirstNotOf, s.Str(), VekStringFindFirstNotOf(s.x, p, y.str), s.m.find_first_not_of(y.bytes, p)),
-    VEK_QUERY(FindFirstNotOfCStrLen, s.Slice(), VekStringFindFirstNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_first_not_of(y.bytes, p)),
-    VEK_QUERY(FindFirstNotOfChar, s.Byte(), VekStringFindFirstNotOfChar(s.x, p, *y.ptr), s.m.find_first_not_of(y.bytes, p)),
-    VEK_QUERY(FindFirstNotOfCStr, s.CStr(), VekStringFindFirstNotOfCStr(s.x, p, y.ptr), s.m.find_first_not_of(y.bytes, p)),
-    VEK_QUERY(FindLastOfCStrLen, s.Slice(), VekStringFindLastOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_of(y.bytes, p)),
-    VEK_QUERY(FindLastOfChar, s.Byte(), VekStringFindLastOfChar(s.x, p, *y.ptr), s.m.find_last_of(y.bytes, p)),
-    VEK_QUERY(FindLastNotOfCStrLen, s.Slice(), VekStringFindLastNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_not_of(y.bytes, p)),
-    VEK_QUERY(FindLastNotOfChar, s.Byte(), VekStringFindLastNotOfChar(s.x, p, *y.ptr), s.m.find_last_not_of(y.bytes, p)),
+    VEK_QUERY(FindFirstOf, s.Str(), VekStringFindFirstOf(s.x, p, y.str), s.m.find_first_of(y.bytes, sp)),
+    VEK_QUERY(FindFirstOfCStrLen, s.Slice(), VekStringFindFirstOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_first_of(y.bytes, sp)),
+    VEK_QUERY(FindFirstOfChar, s.Byte(), VekStringFindFirstOfChar(s.x, p, *y.ptr), s.m.find_first_of(y.bytes, sp)),
+    VEK_QUERY(FindFirstOfCStr, s.CStr(), VekStringFindFirstOfCStr(s.x, p, y.ptr), s.m.find_first_of(y.bytes, sp)),
+    VEK_QUERY(FindFirstNotOf, s.Str(), VekStringFindFirstNotOf(s.x, p, y.str), s.m.find_first_not_of(y.bytes, sp)),
+    VEK_QUERY(FindFirstNotOfCStrLen, s.Slice(), VekStringFindFirstNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_first_not_of(y.bytes, sp)),
+    VEK_QUERY(FindFirstNotOfChar, s.Byte(), VekStringFindFirstNotOfChar(s.x, p, *y.ptr), s.m.find_first_not_of(y.bytes, sp)),
+    VEK_QUERY(FindFirstNotOfCStr, s.CStr(), VekStringFindFirstNotOfCStr(s.x, p, y.ptr), s.m.find_first_not_of(y.bytes, sp)),
+    VEK_QUERY(FindLastOfCStrLen, s.Slice(), VekStringFindLastOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_of(y.bytes, sp)),
+    VEK_QUERY(FindLastOfChar, s.Byte(), VekStringFindLastOfChar(s.x, p, *y.ptr), s.m.find_last_of(y.bytes, sp)),
+    VEK_QUERY(FindLastNotOfCStrLen, s.Slice(), VekStringFindLastNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_not_of(y.bytes, sp)),
+    VEK_QUERY(FindLastNotOfChar, s.Byte(), VekStringFindLastNotOfChar(s.x, p, *y.ptr), s.m.find_last_not_of(y.bytes, sp)),
     // Substring search and find-and-replace
-    VEK_QUERY(FindFromPosCStrLen, s.Slice(), VekStringFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.find(y.bytes, p)),
-    VEK_QUERY(FindFromPosCStr, s.CStr(), VekStringFindFromPosCStr(s.x, p, y.ptr), s.m.find(y.bytes, p)),
-    VEK_QUERY(FindFromPos, s.Str(), VekStringFindFromPos(s.x, p, y.str), s.m.find(y.bytes, p)),
+    VEK_QUERY(FindFromPosCStrLen, s.Slice(), VekStringFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.find(y.bytes, sp)),
+    VEK_QUERY(FindFromPosCStr, s.CStr(), VekStringFindFromPosCStr(s.x, p, y.ptr), s.m.find(y.bytes, sp)),
+    VEK_QUERY(FindFromPos, s.Str(), VekStringFindFromPos(s.x, p, y.str), s.m.find(y.bytes, sp)),
     VEK_QUERY(FindCStrLen, s.Slice(), VekStringFindCStrLen(s.x, y.ptr, y.len), s.m.find(y.bytes)),
     VEK_QUERY(FindCStr, s.CStr(), VekStringFindCStr(s.x, y.ptr), s.m.find(y.bytes)),
     VEK_QUERY(Find, s.Str(), VekStringFind(s.x, y.str), s.m.find(y.bytes)),
-    VEK_QUERY(RFindFromPosCStrLen, s.Slice(), VekStringRFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.rfind(y.bytes, p)),
-    VEK_QUERY(RFindFromPosCStr, s.CStr(), VekStringRFindFromPosCStr(s.x, p, y.ptr), s.m.rfind(y.bytes, p)),
-    VEK_QUERY(RFindFromPos, s.Str(), VekStringRFindFromPos(s.x, p, y.str), s.m.rfind(y.bytes, p)),
+    VEK_QUERY(RFindFromPosCStrLen, s.Slice(), VekStringRFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.rfind(y.bytes, sp)),
+    VEK_QUERY(RFindFromPosCStr, s.CStr(), VekStringRFindFromPosCStr(s.x, p, y.ptr), s.m.rfind(y.bytes, sp)),
+    VEK_QUERY(RFindFromPos, s.Str(), VekStringRFindFromPos(s.x, p, y.str), s.m.rfind(y.bytes, sp)),
     VEK_QUERY(RFindCStrLen, s.Slice(), VekStringRFindCStrLen(s.x, y.ptr, y.len), s.m.rfind(y.bytes)),
     VEK_QUERY(RFindCStr, s.CStr(), VekStringRFindCStr(s.x, y.ptr), s.m.rfind(y.bytes)),
     VEK_QUERY(RFind, s.Str(), VekStringRFind(s.x, y.str), s.m.rfind(y.bytes)),

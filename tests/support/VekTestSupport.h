@@ -104,6 +104,13 @@ inline std::string Content(const VekString& s)
     return std::string(s.buf, s.size);
 }
 
+// StdAt gives a library position as std::string takes it: one past 32 bits
+// is past any end, not narrowed to a small one on a 32-bit target.
+inline std::size_t StdAt(VekSizeT pos)
+{
+    return pos < std::string::npos ? static_cast<std::size_t>(pos) : std::string::npos;
+}
+
 // StdPos gives a std::string search result as the library reports it: npos
 // becomes VekStringNpos, which is wider where std::size_t has 32 bits.
 inline VekSizeT StdPos(std::size_t pos)
