@@ -306,6 +306,10 @@ template <class Unit> std::vector<Unit> MaybeSpoilt(Choices& in, std::vector<Uni
 void CheckCodec(Choices& in, Report report)
 {
     const VekUtf8::Utf8Kernels& scalar = Scalar();
+    // Rows the processor cannot run are skipped, so a row that wrongly says
+    // so would go untested; the scalar row runs everywhere.
+    if (!scalar.usable())
+        report("the scalar kernel says it cannot run");
     const Ucs4 text = DrawText(in);
     const Utf8 utf8 = Whole(scalar.encode, text).value_or(Utf8{});
     const Utf16 utf16 = Whole(scalar.decode_utf16, utf8).value_or(Utf16{});
