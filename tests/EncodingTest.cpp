@@ -3,6 +3,7 @@
 // buffer that ends inside a character.
 #include "VekTestSupport.h"
 
+#include <climits>
 #include <string>
 
 namespace {
@@ -61,6 +62,35 @@ TEST(CoreFoundationStandIn, ConvertsWholeCharactersOnly)
     }
     CFRelease(cf);
     CFRelease(ascii);
+}
+
+// What the stand-in refuses or treats apart: another encoding, a length
+// below zero or beyond any block, U+0000 (a character to it), a high
+// surrogate that ends the range, no room for even the NUL, and callers that
+// want no length back.
+TEST(CoreFoundationStandIn, RefusalsAndEdges)
+{
+    constexpr CFStringEncoding kOther = 0;
+    const UniChar units[] = {'a', 0, 0xD83D, 0xDE00};
+    char text[8] = {};
+    UInt8 out[8] = {};
+    EXPECT_EQ(CFStringCreateWithCString(kCFAllocatorDefault, "abc", kOther), nullptr);
+    EXPECT_EQ(CFStringCreateWithCharacters(kCFAllocatorDefault, units, -1), nullptr);
+    EXPECT_EQ(CFStringCreateWithCharacters(kCFAllocatorDefault, units, LONG_MAX), nullptr);
+    CFRelease(nullptr);
+    CFStringRef wide = CFStringCreateWithCString(kCFAllocatorDefault, "\xC3\xA9", kUtf8);
+    EXPECT_EQ(CFStringGetCStringPtr(wide, kUtf8), nullptr);
+    EXPECT_TRUE(CFStringGetCString(wide, text, 3, kUtf8));
+    EXPECT_STREQ(text, "\xC3\xA9");
+    EXPECT_EQ(CFStringGetCStringPtr(wide, kOther), nullptr);
+    EXPECT_FALSE(CFStringGetCString(wide, text, 8, kOther));
+    EXPECT_FALSE(CFStringGetCString(wide, text, 0, kUtf8));
+    CFRelease(wide);
+    CFStringRef cf = CFStringCreateWithCharacters(kCFAllocatorDefault, units, 4);
+    EXPECT_EQ(CFStringGetBytes(cf, CFRangeMake(0, 4), kOther, 0, false, out, 8, nullptr), 0);
+    EXPECT_EQ(CFStringGetBytes(cf, CFRangeMake(0, 3), kUtf8, '?', false, out, 8, nullptr), 3);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(out), 3), std::string("a\0?", 3));
+    CFRelease(cf);
 }
 
 #endif // !__APPLE__

@@ -8,16 +8,11 @@ namespace {
 
 using namespace vektest;
 
-void Fail(const std::string& finding)
-{
-    ADD_FAILURE() << finding;
-}
-
 TEST(FormatDifferential, FormatsLikeVsnprintf)
 {
     for (std::uint64_t seed = 1; seed <= 4000 && !HasFailure(); ++seed) {
         SeededChoices in(seed);
-        CheckFormatter(DrawFormat(in), Fail);
+        CheckFormatter(DrawFormat(in), AddFailure);
     }
 }
 
@@ -25,7 +20,7 @@ TEST(FormatDifferential, TheFuzzCorpusReplays)
 {
     for (const std::string& input : ReadCorpus("format")) {
         ByteChoices in(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
-        CheckFormatter(DrawFormat(in), Fail);
+        CheckFormatter(DrawFormat(in), AddFailure);
     }
 }
 

@@ -18,17 +18,12 @@ void PrintTo(const Row& row, std::ostream* out)
 
 namespace {
 
-void Fail(const std::string& finding)
-{
-    ADD_FAILURE() << finding;
-}
-
 TEST(Operations, SeededSequencesBehaveLikeStdString)
 {
     for (std::uint64_t seed = 1; seed <= 60 && !HasFailure(); ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
         SeededChoices in(seed);
-        RunOperations(in, Fail, 2000);
+        RunOperations(in, AddFailure, 2000);
     }
 }
 
@@ -36,7 +31,7 @@ TEST(Operations, TheFuzzCorpusReplays)
 {
     for (const std::string& input : ReadCorpus("operations")) {
         ByteChoices in(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
-        RunOperations(in, Fail, kFuzzSteps);
+        RunOperations(in, AddFailure, kFuzzSteps);
     }
 }
 
@@ -48,12 +43,12 @@ TEST_P(RefusalSweep, EachAllocationRefusedInTurnFailsCleanly)
     for (int state = 0; state < 5; ++state) {
         for (std::uint64_t seed = 1; seed <= 6 && !HasFailure(); ++seed) {
             SCOPED_TRACE(testing::Message() << "state " << state << ", seed " << seed);
-            const Outcome unrefused = RunRow(row, state, seed, {}, Fail);
+            const Outcome unrefused = RunRow(row, state, seed, {}, AddFailure);
             const auto allocations = static_cast<std::size_t>(
                 std::count(unrefused.trace.begin(), unrefused.trace.end(), '+'));
             for (std::size_t k = 1; k <= allocations + 1; ++k) {
                 for (const bool and_after : {false, true}) {
-                    const Outcome o = RunRow(row, state, seed, {k, and_after}, Fail);
+                    const Outcome o = RunRow(row, state, seed, {k, and_after}, AddFailure);
                     EXPECT_EQ(o.ok, k > allocations && unrefused.ok) << "refusing " << k;
                     if (k > allocations) {
                         EXPECT_EQ(o.content, unrefused.content);

@@ -468,6 +468,11 @@ TEST(StringClass, ModuleAdditions)
         EXPECT_THROW(s.appendf("%s", "long enough to grow"), std::bad_alloc);
         EXPECT_THROW(vek::String::format(alloc, "%d", 1), std::bad_alloc);
         EXPECT_EQ(s, "a--");
+        // Up to 64 copies of a byte are made on the stack, never allocated.
+        alloc.AllowAll();
+        s.reserve(70);
+        alloc.RefuseAll();
+        EXPECT_EQ(s.replace(0, 1, 64, 'x').size(), 66u);
     }
     EXPECT_TRUE(alloc.IsClean());
 }

@@ -143,6 +143,12 @@ std::ostream& operator<<(std::ostream& out, const Snapshot& s);
 // fuzz/corpus/NAME, so that the tests replay them.
 std::vector<std::string> ReadCorpus(const std::string& name);
 
+// AddFailure is the tests' Report for the shared models.
+inline void AddFailure(const std::string& finding)
+{
+    ADD_FAILURE() << finding;
+}
+
 // OwnedString builds an owned string with the given content and exactly the
 // given capacity through the public API.
 void MakeOwned(VekString* s, std::string_view content, VekSizeT capacity, VekAllocator* a);
