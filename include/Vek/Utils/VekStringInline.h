@@ -497,6 +497,49 @@ static inline VekBool VekStringEndsWithCharInline(const VekString* x, char c) VE
     return (VekBool)(x->size != 0 && x->buf[x->size - 1] == c);
 }
 
+/* VekStringFindShortInline is where the n bytes at y first stand at or after
+ * pos, for the splitting and counting calls, whose separators and needles are
+ * mostly a few bytes in a short string: there memchr for the first byte and
+ * the rest compared in place cost less than any search's set-up. A first byte
+ * that keeps matching in vain hands the rest to the library's search, whose
+ * time stays linear whatever the bytes; so does an empty or long needle. */
+static inline VekSizeT VekStringFindShortInline(const VekString* x, VekSizeT pos, const char* y,
+                                                VekSizeT n) VEK_NOEXCEPT
+{
+    const char* buf = x->buf;
+    const VekSizeT size = x->size;
+    int misses = 4;
+    if (n == 0 || n > 16)
+        return (VekStringFindFromPosCStrLen)(x, pos, y, n);
+    while (pos < size && size - pos >= n) {
+        /* cppcheck-suppress cstyleCast */
+        const char* hit =
+            (const char*)memchr(buf + pos, (unsigned char)y[0], (size_t)(size - pos - n + 1));
+        if (hit == NULL)
+            return VekStringNpos;
+        pos = (VekSizeT)(hit - buf);
+        if (VekStringEqualBytesInline(hit + 1, y + 1, n - 1))
+            return pos;
+        if (--misses == 0)
+            return (VekStringFindFromPosCStrLen)(x, pos + 1, y, n);
+        ++pos;
+    }
+    return VekStringNpos;
+}
+
+/* VekStringTakeFieldInline makes field the view from start to the separator
+ * of sep_len bytes at `at` (VekStringNpos: none, the field runs to the end)
+ * and moves *pos behind the separator, or to VekStringNpos. */
+static inline VekBool VekStringTakeFieldInline(const VekString* x, VekSizeT* pos, VekSizeT start,
+                                               VekSizeT at, VekSizeT sep_len,
+                                               VekString* field) VEK_NOEXCEPT
+{
+    const VekSizeT end = at == VekStringNpos ? x->size : at;
+    *pos = at == VekStringNpos ? VekStringNpos : at + sep_len;
+    VekStringSetViewInline(field, x->allocator, x->buf + start, end - start);
+    return VEK_TRUE;
+}
+
 /* A field runs from *pos to the next c, or to the end (then *pos becomes
  * VekStringNpos). memchr may be given the empty rest at the end: a live
  * string's buf is never NULL. field is written after x is read; it must not
@@ -505,70 +548,129 @@ static inline VekBool VekStringNextFieldCharInline(const VekString* x, VekSizeT*
                                                    VekString* field) VEK_NOEXCEPT
 {
     const char* buf = x->buf;
-    const VekSizeT size = x->size;
     const VekSizeT start = *pos;
     const char* hit;
-    VekSizeT end;
-    if (start > size)
+    if (start > x->size)
         return VEK_FALSE;
     /* cppcheck-suppress cstyleCast */
-    hit = (const char*)memchr(buf + start, (unsigned char)c, (size_t)(size - start));
-    end = hit == NULL ? size : (VekSizeT)(hit - buf);
-    *pos = hit == NULL ? VekStringNpos : end + 1;
-    VekStringSetViewInline(field, x->allocator, buf + start, end - start);
-    return VEK_TRUE;
+    hit = (const char*)memchr(buf + start, (unsigned char)c, (size_t)(x->size - start));
+    return VekStringTakeFieldInline(x, pos, start,
+                                    hit == NULL ? VekStringNpos : (VekSizeT)(hit - buf), 1, field);
 }
 
-/* x is read in full before an output is written, so either may be x when x
- * owns no block. */
-static inline VekBool VekStringCutCharInline(const VekString* x, char c, VekString* before,
-                                             VekString* after) VEK_NOEXCEPT
+/* An empty separator stands between every two bytes: each field is one
+ * byte, the last one running to the end (the empty string's only field is
+ * empty). */
+static inline VekBool VekStringNextFieldCStrLenInline(const VekString* x, VekSizeT* pos,
+                                                      const char* y, VekSizeT n,
+                                                      VekString* field) VEK_NOEXCEPT
+{
+    const VekSizeT start = *pos;
+    VekSizeT at;
+    if (start > x->size)
+        return VEK_FALSE;
+    if (n == 0)
+        at = start + 1 < x->size ? start + 1 : VekStringNpos;
+    else
+        at = VekStringFindShortInline(x, start, y, n);
+    return VekStringTakeFieldInline(x, pos, start, at, n, field);
+}
+
+/* VekStringCutAtInline makes the views around a separator of sep_len bytes
+ * at `at` (VekStringNpos: none, so all of x comes before). x is read in full
+ * before an output is written, so either may be x when x owns no block. */
+static inline VekBool VekStringCutAtInline(const VekString* x, VekSizeT at, VekSizeT sep_len,
+                                           VekString* before, VekString* after) VEK_NOEXCEPT
 {
     VekAllocator* a = x->allocator;
     const char* buf = x->buf;
     const VekSizeT size = x->size;
-    /* cppcheck-suppress cstyleCast */
-    const char* hit = (const char*)memchr(buf, (unsigned char)c, (size_t)size);
-    const VekSizeT end = hit == NULL ? size : (VekSizeT)(hit - buf);
-    const VekSizeT rest = hit == NULL ? size : end + 1;
+    const VekSizeT end = at == VekStringNpos ? size : at;
+    const VekSizeT rest = at == VekStringNpos ? size : at + sep_len;
     if (before != NULL)
         VekStringSetViewInline(before, a, buf, end);
     if (after != NULL)
         VekStringSetViewInline(after, a, buf + rest, size - rest);
-    return (VekBool)(hit != NULL);
+    return (VekBool)(at != VekStringNpos);
+}
+
+static inline VekBool VekStringCutCharInline(const VekString* x, char c, VekString* before,
+                                             VekString* after) VEK_NOEXCEPT
+{
+    /* cppcheck-suppress cstyleCast */
+    const char* hit = (const char*)memchr(x->buf, (unsigned char)c, (size_t)x->size);
+    return VekStringCutAtInline(x, hit == NULL ? VekStringNpos : (VekSizeT)(hit - x->buf), 1,
+                                before, after);
+}
+
+static inline VekBool VekStringCutCStrLenInline(const VekString* x, const char* y, VekSizeT n,
+                                                VekString* before, VekString* after) VEK_NOEXCEPT
+{
+    return VekStringCutAtInline(x, n == 0 ? 0 : VekStringFindShortInline(x, 0, y, n), n, before,
+                                after);
+}
+
+static inline VekBool VekStringContainsCStrLenInline(const VekString* x, const char* y,
+                                                     VekSizeT n) VEK_NOEXCEPT
+{
+    return (VekBool)(VekStringFindShortInline(x, 0, y, n) != VekStringNpos);
 }
 
 /* Short strings are counted and converted here, where a call would cost
- * more than the work; longer ones by the library, many bytes a step. */
+ * more than the work; longer ones by the library, many bytes a step. buf and
+ * size are read once: a byte written or read through a char pointer could
+ * otherwise be x's own fields, reloaded at every step. */
 static inline VekSizeT VekStringCountCharInline(const VekString* x, char c) VEK_NOEXCEPT
 {
+    const char* buf = x->buf;
+    const VekSizeT size = x->size;
     VekSizeT count = 0;
     VekSizeT i;
-    if (x->size > 16)
+    if (size > 16)
         return (VekStringCountChar)(x, c);
-    for (i = 0; i < x->size; ++i)
-        count += x->buf[i] == c;
+    for (i = 0; i < size; ++i)
+        count += buf[i] == c;
+    return count;
+}
+
+/* Occurrences do not overlap: each search resumes behind the last match.
+ * The empty needle stands at each of the size + 1 positions. */
+static inline VekSizeT VekStringCountCStrLenInline(const VekString* x, const char* y,
+                                                   VekSizeT n) VEK_NOEXCEPT
+{
+    VekSizeT count = 0;
+    VekSizeT at = 0;
+    if (x->size > 16 || n < 2)
+        return (VekStringCountCStrLen)(x, y, n);
+    while ((at = VekStringFindShortInline(x, at, y, n)) != VekStringNpos) {
+        ++count;
+        at += n;
+    }
     return count;
 }
 
 /* A view is the library's, which copies it first. */
 static inline VekString* VekStringToLowerAsciiInline(VekString* x) VEK_NOEXCEPT
 {
+    char* buf = x->buf;
+    const VekSizeT size = x->size;
     VekSizeT i;
-    if (x->size > 16 || x->capacity == 0)
+    if (size > 16 || x->capacity == 0)
         return (VekStringToLowerAscii)(x);
-    for (i = 0; i < x->size; ++i)
-        x->buf[i] = (char)(x->buf[i] + ((unsigned char)(x->buf[i] - 'A') < 26 ? 32 : 0));
+    for (i = 0; i < size; ++i)
+        buf[i] = (char)(buf[i] + ((unsigned char)(buf[i] - 'A') < 26 ? 32 : 0));
     return x;
 }
 
 static inline VekString* VekStringToUpperAsciiInline(VekString* x) VEK_NOEXCEPT
 {
+    char* buf = x->buf;
+    const VekSizeT size = x->size;
     VekSizeT i;
-    if (x->size > 16 || x->capacity == 0)
+    if (size > 16 || x->capacity == 0)
         return (VekStringToUpperAscii)(x);
-    for (i = 0; i < x->size; ++i)
-        x->buf[i] = (char)(x->buf[i] - ((unsigned char)(x->buf[i] - 'a') < 26 ? 32 : 0));
+    for (i = 0; i < size; ++i)
+        buf[i] = (char)(buf[i] - ((unsigned char)(buf[i] - 'a') < 26 ? 32 : 0));
     return x;
 }
 
@@ -692,9 +794,15 @@ static inline VekBool VekStringNextWordInline(const VekString* x, VekSizeT* pos,
 #define VekStringEndsWithChar(x, c) VekStringEndsWithCharInline((x), (c))
 #define VekStringNextFieldChar(x, pos, c, field)                                                   \
     VekStringNextFieldCharInline((x), (pos), (c), (field))
+#define VekStringNextFieldCStrLen(x, pos, y, n, field)                                             \
+    VekStringNextFieldCStrLenInline((x), (pos), (y), (n), (field))
 #define VekStringCutChar(x, c, before, after) VekStringCutCharInline((x), (c), (before), (after))
+#define VekStringCutCStrLen(x, y, n, before, after)                                                \
+    VekStringCutCStrLenInline((x), (y), (n), (before), (after))
+#define VekStringContainsCStrLen(x, y, n) VekStringContainsCStrLenInline((x), (y), (n))
 #define VekStringNextWord(x, pos, word) VekStringNextWordInline((x), (pos), (word))
 #define VekStringCountChar(x, c) VekStringCountCharInline((x), (c))
+#define VekStringCountCStrLen(x, y, n) VekStringCountCStrLenInline((x), (y), (n))
 #define VekStringToLowerAscii(x) VekStringToLowerAsciiInline((x))
 #define VekStringToUpperAscii(x) VekStringToUpperAsciiInline((x))
 #define VekStringTrim(x) VekStringTrimInline((x))
