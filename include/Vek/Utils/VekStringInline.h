@@ -649,28 +649,61 @@ static inline VekSizeT VekStringCountCStrLenInline(const VekString* x, const cha
     return count;
 }
 
+/* VekStringAsciiLettersInline marks the letters among the eight bytes of w
+ * that run from first ('A' or 'a') for 26 letters: 0x20 in each such byte,
+ * else 0. Each byte's low seven bits plus a bias set the byte's top bit
+ * exactly when they are at least first (with another bias, beyond
+ * first + 25); no sum carries into the next byte. A letter has the first top
+ * bit, not the second, and its own top bit clear. */
+static inline uint64_t VekStringAsciiLettersInline(uint64_t w, char first) VEK_NOEXCEPT
+{
+    const uint64_t ones = 0x0101010101010101u;
+    const uint64_t low7 = w & (0x7F * ones);
+    const uint64_t from_first = low7 + (uint64_t)(0x80 - first) * ones;
+    const uint64_t past_last = low7 + (uint64_t)(0x80 - first - 26) * ones;
+    return ((from_first ^ past_last) & ~w & (0x80 * ones)) >> 2;
+}
+
+/* VekStringConvertWordInline is the eight bytes of w with the case bit of
+ * their letters from first ('A' lowers, 'a' raises) flipped. */
+static inline uint64_t VekStringConvertWordInline(uint64_t w, char first) VEK_NOEXCEPT
+{
+    return w ^ VekStringAsciiLettersInline(w, first);
+}
+
+/* VekStringConvertShortInline converts the size <= 16 bytes at buf: from 8
+ * bytes as a first and a last word, both loaded before either is stored (a
+ * load of what was just stored waits for it); where they overlap, both hold
+ * the same converted bytes. Fewer than 8 go one at a time. */
+static inline void VekStringConvertShortInline(char* buf, VekSizeT size, char first) VEK_NOEXCEPT
+{
+    VekSizeT i;
+    if (size >= 8) {
+        const uint64_t head = VekStringConvertWordInline(VekStringLoad64Inline(buf), first);
+        const uint64_t tail =
+            VekStringConvertWordInline(VekStringLoad64Inline(buf + size - 8), first);
+        VekMemCpy(buf, &head, 8);
+        VekMemCpy(buf + size - 8, &tail, 8);
+        return;
+    }
+    for (i = 0; i < size; ++i)
+        buf[i] = (char)(buf[i] ^ ((unsigned char)(buf[i] - first) < 26 ? 0x20 : 0));
+}
+
 /* A view is the library's, which copies it first. */
 static inline VekString* VekStringToLowerAsciiInline(VekString* x) VEK_NOEXCEPT
 {
-    char* buf = x->buf;
-    const VekSizeT size = x->size;
-    VekSizeT i;
-    if (size > 16 || x->capacity == 0)
+    if (x->size > 16 || x->capacity == 0)
         return (VekStringToLowerAscii)(x);
-    for (i = 0; i < size; ++i)
-        buf[i] = (char)(buf[i] + ((unsigned char)(buf[i] - 'A') < 26 ? 32 : 0));
+    VekStringConvertShortInline(x->buf, x->size, 'A');
     return x;
 }
 
 static inline VekString* VekStringToUpperAsciiInline(VekString* x) VEK_NOEXCEPT
 {
-    char* buf = x->buf;
-    const VekSizeT size = x->size;
-    VekSizeT i;
-    if (size > 16 || x->capacity == 0)
+    if (x->size > 16 || x->capacity == 0)
         return (VekStringToUpperAscii)(x);
-    for (i = 0; i < size; ++i)
-        buf[i] = (char)(buf[i] - ((unsigned char)(buf[i] - 'a') < 26 ? 32 : 0));
+    VekStringConvertShortInline(x->buf, x->size, 'a');
     return x;
 }
 
