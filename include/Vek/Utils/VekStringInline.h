@@ -357,9 +357,10 @@ static inline VekInt VekStringCompareCStrInline(const VekString* x, const char* 
 #endif
 
 /* ========================================================================
- * The text families' fast paths: views, fields and cuts at one byte, words,
- * trimming of whitespace or one byte, prefixes and suffixes, the single-byte
- * searches, and counting a byte and converting case in short strings. A
+ * The text families' fast paths: views, fields and cuts at one byte or a
+ * separator string, words, trimming of whitespace or one byte, prefixes and
+ * suffixes, containment, the single-byte searches, and counting and
+ * converting case in short strings. A
  * parser calls them once or more per field, where a call into the library
  * costs more than the work, so they are macros over the bodies below, as the
  * calls above are; the library's functions are these same bodies, and a
