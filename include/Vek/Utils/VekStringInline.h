@@ -513,9 +513,10 @@ static inline VekSizeT VekStringFindShortInline(const VekString* x, VekSizeT pos
     if (n == 0 || n > 16)
         return (VekStringFindFromPosCStrLen)(x, pos, y, n);
     while (pos < size && size - pos >= n) {
+        /* The starts that leave room for the whole needle. */
+        const size_t starts = (size_t)(size - pos - n + 1);
         /* cppcheck-suppress cstyleCast */
-        const char* hit =
-            (const char*)memchr(buf + pos, (unsigned char)y[0], (size_t)(size - pos - n + 1));
+        const char* hit = (const char*)memchr(buf + pos, (unsigned char)y[0], starts);
         if (hit == NULL)
             return VekStringNpos;
         pos = (VekSizeT)(hit - buf);
