@@ -1,8 +1,9 @@
 // LogBench.cpp - W9: parsing a real record format. The access-log summary of
 // examples/ (log_summary.c: views, cuts and fields, one copy per new path)
 // against the same program written with std::string_view and a
-// std::unordered_map, on 1 MiB of log lines.
-#include "VekBench.h"
+// std::unordered_map, and with GLib (g_strstr_len, a GString key, a
+// GHashTable), on 1 MiB of log lines.
+#include "Peers.h"
 
 #include <Vek/Utils/VekString.h>
 
@@ -44,10 +45,25 @@ struct StdPath {
     std::uint64_t requests = 0, bytes = 0, errors = 0;
 };
 
+// The programs differ in how they search a line and count a path: Find is
+// where sep first stands in s, or npos.
+struct StdProgram {
+    static std::size_t Find(std::string_view s, std::string_view sep) { return s.find(sep); }
+    std::unordered_map<std::string, StdPath> paths;
+    StdPath& Path(std::string_view path) { return paths[std::string(path)]; }
+    std::size_t Size() const { return paths.size(); }
+    template <class Visit> void ForEach(Visit visit) const
+    {
+        for (const auto& [name, p] : paths)
+            visit(p);
+    }
+};
+
+template <class Program>
 bool Cut(std::string_view s, std::string_view sep, std::string_view& before,
          std::string_view& after)
 {
-    const std::size_t at = s.find(sep);
+    const std::size_t at = Program::Find(s, sep);
     before = s.substr(0, at);
     after = at == std::string_view::npos ? s.substr(s.size()) : s.substr(at + sep.size());
     return at != std::string_view::npos;
@@ -68,9 +84,9 @@ long long ParseCount(std::string_view field)
     return value;
 }
 
-std::uint64_t StdSummary(std::string_view text)
+template <class Program> std::uint64_t StdSummary(std::string_view text)
 {
-    std::unordered_map<std::string, StdPath> paths;
+    Program program;
     std::array<std::uint64_t, 600> statuses{};
     std::uint64_t lines = 0, malformed = 0, bytes = 0;
     for (std::size_t pos = 0; pos <= text.size();) {
@@ -83,17 +99,17 @@ std::uint64_t StdSummary(std::string_view text)
             continue;
         ++lines;
         std::string_view rest = line, host, time, request, status, size, method, path, skip;
-        if (!Cut(rest, " ", host, rest) || !Cut(rest, " ", skip, rest) ||
-            !Cut(rest, " ", skip, rest) || rest.substr(0, 1) != "[" ||
-            !Cut(rest, "] \"", time, rest) || !Cut(rest, "\" ", request, rest) ||
-            !Cut(request, " ", method, request)) {
+        if (!Cut<Program>(rest, " ", host, rest) || !Cut<Program>(rest, " ", skip, rest) ||
+            !Cut<Program>(rest, " ", skip, rest) || rest.substr(0, 1) != "[" ||
+            !Cut<Program>(rest, "] \"", time, rest) || !Cut<Program>(rest, "\" ", request, rest) ||
+            !Cut<Program>(request, " ", method, request)) {
             ++malformed;
             continue;
         }
-        Cut(rest, " ", status, rest);
-        Cut(rest, " ", size, skip);
-        Cut(request, " ", request, skip);
-        Cut(request, "?", path, skip);
+        Cut<Program>(rest, " ", status, rest);
+        Cut<Program>(rest, " ", size, skip);
+        Cut<Program>(request, " ", request, skip);
+        Cut<Program>(request, "?", path, skip);
         const long long code = ParseCount(status), sent = ParseCount(size);
         if (code < 100 || code > 599 || sent < 0) {
             ++malformed;
@@ -102,19 +118,70 @@ std::uint64_t StdSummary(std::string_view text)
         ++statuses[static_cast<std::size_t>(code)];
         bytes += static_cast<std::uint64_t>(sent);
         if (!path.empty()) {
-            StdPath& p = paths[std::string(path)];
+            StdPath& p = program.Path(path);
             ++p.requests;
             p.bytes += static_cast<std::uint64_t>(sent);
             p.errors += code >= 400;
         }
     }
-    std::uint64_t digest = lines + 3 * malformed + 5 * bytes + 7 * paths.size();
+    std::uint64_t digest = lines + 3 * malformed + 5 * bytes + 7 * program.Size();
     for (std::size_t i = 0; i < statuses.size(); ++i)
         digest += i * statuses[i];
-    for (const auto& [name, p] : paths)
-        digest += p.requests * 11 + p.bytes * 13 + p.errors * 17;
+    program.ForEach(
+        [&](const StdPath& p) { digest += p.requests * 11 + p.bytes * 13 + p.errors * 17; });
     return digest;
 }
+
+#ifdef VEK_BENCH_HAVE_GLIB
+// The GLib program: g_strstr_len searches, a GString holds the path as a
+// key, a GHashTable of g_strdup'ed names counts.
+class GlibProgram {
+public:
+    GlibProgram()
+        : key_(g_string_new(nullptr)),
+          paths_(g_hash_table_new_full(g_str_hash, g_str_equal, g_free, g_free))
+    {
+    }
+    ~GlibProgram()
+    {
+        g_string_free(key_, TRUE);
+        g_hash_table_destroy(paths_);
+    }
+    GlibProgram(const GlibProgram&) = delete;
+    GlibProgram& operator=(const GlibProgram&) = delete;
+
+    // Every separator is a string literal, so sep.data() is terminated.
+    static std::size_t Find(std::string_view s, std::string_view sep)
+    {
+        const char* hit = g_strstr_len(s.data(), static_cast<gssize>(s.size()), sep.data());
+        return hit == nullptr ? std::string_view::npos : static_cast<std::size_t>(hit - s.data());
+    }
+    StdPath& Path(std::string_view path)
+    {
+        g_string_truncate(key_, 0);
+        g_string_append_len(key_, path.data(), static_cast<gssize>(path.size()));
+        auto* p = static_cast<StdPath*>(g_hash_table_lookup(paths_, key_->str));
+        if (p == nullptr) {
+            p = g_new0(StdPath, 1);
+            g_hash_table_insert(paths_, g_strndup(key_->str, key_->len), p);
+        }
+        return *p;
+    }
+    std::size_t Size() const { return g_hash_table_size(paths_); }
+    template <class Visit> void ForEach(Visit visit) const
+    {
+        GHashTableIter it;
+        gpointer name, p;
+        g_hash_table_iter_init(&it, paths_);
+        while (g_hash_table_iter_next(&it, &name, &p))
+            visit(*static_cast<const StdPath*>(p));
+    }
+
+private:
+    GString* key_;
+    GHashTable* paths_;
+};
+#endif
 
 // ------------------------------------------------------------ the C program
 
@@ -143,7 +210,11 @@ void W9_AccessLog(benchmark::State& state)
     VekStringConstructViewCStrLen(&view, text.data(), text.size(), VekAllocatorGetDefault());
     Row row(state, "access-log summary: statuses, sizes, requests per path", text.size());
     row.Library("VekString (examples/log_summary.c)", [&] { return VekSummary(view); });
-    row.Peer("std::string_view + std::unordered_map", [&] { return StdSummary(text); });
+    row.Peer("std::string_view + std::unordered_map", [&] { return StdSummary<StdProgram>(text); });
+#ifdef VEK_BENCH_HAVE_GLIB
+    row.Peer("GLib: g_strstr_len, GString, GHashTable",
+             [&] { return StdSummary<GlibProgram>(text); });
+#endif
     row.Run();
 }
 VEK_BENCH_ROW(W9_AccessLog);

@@ -36,29 +36,16 @@ inline constexpr char AsciiToUpper(char c)
     return AsciiIsLower(c) ? static_cast<char>(c & ~kAsciiCaseBit) : c;
 }
 
-// AsciiLettersFrom marks the letters among the eight bytes of w that run
-// from kFirst ('A' or 'a') for 26 letters: 0x20 in each such byte, else 0.
-// Each byte's low seven bits plus a bias set the byte's top bit exactly when
-// they are at least kFirst (with another bias, beyond kFirst + 25); no sum
-// carries into the next byte. A letter has the first top bit, not the
-// second, and its own top bit clear.
-template <char kFirst> inline constexpr std::uint64_t AsciiLettersFrom(std::uint64_t w)
+// The letters' mask is the header's (VekStringAsciiLettersInline), which the
+// inline conversion of short strings uses too.
+inline std::uint64_t AsciiLowerWord(std::uint64_t w)
 {
-    constexpr std::uint64_t kOnes = 0x0101010101010101u;
-    const std::uint64_t low7 = w & (0x7F * kOnes);
-    const std::uint64_t from_first = low7 + (0x80 - kFirst) * kOnes;
-    const std::uint64_t past_last = low7 + (0x80 - kFirst - 26) * kOnes;
-    return ((from_first ^ past_last) & ~w & (0x80 * kOnes)) >> 2;
+    return w | VekStringAsciiLettersInline(w, 'A');
 }
 
-inline constexpr std::uint64_t AsciiLowerWord(std::uint64_t w)
+inline std::uint64_t AsciiUpperWord(std::uint64_t w)
 {
-    return w | AsciiLettersFrom<'A'>(w);
-}
-
-inline constexpr std::uint64_t AsciiUpperWord(std::uint64_t w)
-{
-    return w & ~AsciiLettersFrom<'a'>(w);
+    return w & ~VekStringAsciiLettersInline(w, 'a');
 }
 
 // The runs that trimming crosses are mostly a byte or a few, which a

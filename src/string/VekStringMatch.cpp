@@ -60,9 +60,9 @@ VekBool(VekStringEndsWithChar)(const VekString* x, char c) noexcept
 // Occurrences
 // ------------------------------------------------------------------------
 
-VekBool VekStringContainsCStrLen(const VekString* x, const char* y, VekSizeT n) noexcept
+VekBool(VekStringContainsCStrLen)(const VekString* x, const char* y, VekSizeT n) noexcept
 {
-    return (VekBool)(VekStringFindCStrLen(x, y, n) != VekStringNpos);
+    return VekStringContainsCStrLenInline(x, y, n);
 }
 
 VekBool VekStringContains(const VekString* x, const VekString* y) noexcept
@@ -94,8 +94,9 @@ VekSizeT(VekStringCountChar)(const VekString* x, char c) noexcept
 
 // Each search resumes behind the previous match, as find-and-replace's does,
 // so the occurrences counted do not overlap. The empty needle stands at each
-// of the size + 1 positions.
-VekSizeT VekStringCountCStrLen(const VekString* x, const char* y, VekSizeT n) noexcept
+// of the size + 1 positions. Short strings are counted inline
+// (VekStringInline.h); this runs the vector search for the rest.
+VekSizeT(VekStringCountCStrLen)(const VekString* x, const char* y, VekSizeT n) noexcept
 {
     if (n == 0)
         return x->size + 1;

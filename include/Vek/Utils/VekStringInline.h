@@ -689,9 +689,10 @@ static inline VekSizeT VekStringFindFirstNotOfCharInline(const VekString* x, Vek
 #endif
 
 /* ========================================================================
- * The text families' fast paths: views, fields and cuts at one byte, words,
- * trimming of whitespace or one byte, prefixes and suffixes, the single-byte
- * searches, and counting a byte and converting case in short strings. A
+ * The text families' fast paths: views, fields and cuts at one byte or a
+ * separator string, words, trimming of whitespace or one byte, prefixes and
+ * suffixes, containment, the single-byte searches, and counting and
+ * converting case in short strings. A
  * parser calls them once or more per field, where a call into the library
  * costs more than the work, so they are macros over the bodies below, as the
  * calls above are; the library's functions are these same bodies, and a
@@ -829,6 +830,50 @@ static inline VekBool VekStringEndsWithCharInline(const VekString* x, char c) VE
     return (VekBool)(x->size != 0 && x->buf[x->size - 1] == c);
 }
 
+/* VekStringFindShortInline is where the n bytes at y first stand at or after
+ * pos, for the splitting and counting calls, whose separators and needles are
+ * mostly a few bytes in a short string: there memchr for the first byte and
+ * the rest compared in place cost less than any search's set-up. A first byte
+ * that keeps matching in vain hands the rest to the library's search, whose
+ * time stays linear whatever the bytes; so does an empty or long needle. */
+static inline VekSizeT VekStringFindShortInline(const VekString* x, VekSizeT pos, const char* y,
+                                                VekSizeT n) VEK_NOEXCEPT
+{
+    const char* buf = x->buf;
+    const VekSizeT size = x->size;
+    int misses = 4;
+    if (n == 0 || n > 16)
+        return (VekStringFindFromPosCStrLen)(x, pos, y, n);
+    while (pos < size && size - pos >= n) {
+        /* The starts that leave room for the whole needle. */
+        const size_t starts = (size_t)(size - pos - n + 1);
+        /* cppcheck-suppress cstyleCast */
+        const char* hit = (const char*)memchr(buf + pos, (unsigned char)y[0], starts);
+        if (hit == NULL)
+            return VekStringNpos;
+        pos = (VekSizeT)(hit - buf);
+        if (VekStringEqualBytesInline(hit + 1, y + 1, n - 1))
+            return pos;
+        if (--misses == 0)
+            return (VekStringFindFromPosCStrLen)(x, pos + 1, y, n);
+        ++pos;
+    }
+    return VekStringNpos;
+}
+
+/* VekStringTakeFieldInline makes field the view from start to the separator
+ * of sep_len bytes at `at` (VekStringNpos: none, the field runs to the end)
+ * and moves *pos behind the separator, or to VekStringNpos. */
+static inline VekBool VekStringTakeFieldInline(const VekString* x, VekSizeT* pos, VekSizeT start,
+                                               VekSizeT at, VekSizeT sep_len,
+                                               VekString* field) VEK_NOEXCEPT
+{
+    const VekSizeT end = at == VekStringNpos ? x->size : at;
+    *pos = at == VekStringNpos ? VekStringNpos : at + sep_len;
+    VekStringSetViewInline(field, x->allocator, x->buf + start, end - start);
+    return VEK_TRUE;
+}
+
 /* A field runs from *pos to the next c, or to the end (then *pos becomes
  * VekStringNpos). memchr may be given the empty rest at the end: a live
  * string's buf is never NULL. field is written after x is read; it must not
@@ -837,70 +882,162 @@ static inline VekBool VekStringNextFieldCharInline(const VekString* x, VekSizeT*
                                                    VekString* field) VEK_NOEXCEPT
 {
     const char* buf = x->buf;
-    const VekSizeT size = x->size;
     const VekSizeT start = *pos;
     const char* hit;
-    VekSizeT end;
-    if (start > size)
+    if (start > x->size)
         return VEK_FALSE;
     /* cppcheck-suppress cstyleCast */
-    hit = (const char*)memchr(buf + start, (unsigned char)c, (size_t)(size - start));
-    end = hit == NULL ? size : (VekSizeT)(hit - buf);
-    *pos = hit == NULL ? VekStringNpos : end + 1;
-    VekStringSetViewInline(field, x->allocator, buf + start, end - start);
-    return VEK_TRUE;
+    hit = (const char*)memchr(buf + start, (unsigned char)c, (size_t)(x->size - start));
+    return VekStringTakeFieldInline(x, pos, start,
+                                    hit == NULL ? VekStringNpos : (VekSizeT)(hit - buf), 1, field);
 }
 
-/* x is read in full before an output is written, so either may be x when x
- * owns no block. */
-static inline VekBool VekStringCutCharInline(const VekString* x, char c, VekString* before,
-                                             VekString* after) VEK_NOEXCEPT
+/* An empty separator stands between every two bytes: each field is one
+ * byte, the last one running to the end (the empty string's only field is
+ * empty). */
+static inline VekBool VekStringNextFieldCStrLenInline(const VekString* x, VekSizeT* pos,
+                                                      const char* y, VekSizeT n,
+                                                      VekString* field) VEK_NOEXCEPT
+{
+    const VekSizeT start = *pos;
+    VekSizeT at;
+    if (start > x->size)
+        return VEK_FALSE;
+    if (n == 0)
+        at = start + 1 < x->size ? start + 1 : VekStringNpos;
+    else
+        at = VekStringFindShortInline(x, start, y, n);
+    return VekStringTakeFieldInline(x, pos, start, at, n, field);
+}
+
+/* VekStringCutAtInline makes the views around a separator of sep_len bytes
+ * at `at` (VekStringNpos: none, so all of x comes before). x is read in full
+ * before an output is written, so either may be x when x owns no block. */
+static inline VekBool VekStringCutAtInline(const VekString* x, VekSizeT at, VekSizeT sep_len,
+                                           VekString* before, VekString* after) VEK_NOEXCEPT
 {
     VekAllocator* a = x->allocator;
     const char* buf = x->buf;
     const VekSizeT size = x->size;
-    /* cppcheck-suppress cstyleCast */
-    const char* hit = (const char*)memchr(buf, (unsigned char)c, (size_t)size);
-    const VekSizeT end = hit == NULL ? size : (VekSizeT)(hit - buf);
-    const VekSizeT rest = hit == NULL ? size : end + 1;
+    const VekSizeT end = at == VekStringNpos ? size : at;
+    const VekSizeT rest = at == VekStringNpos ? size : at + sep_len;
     if (before != NULL)
         VekStringSetViewInline(before, a, buf, end);
     if (after != NULL)
         VekStringSetViewInline(after, a, buf + rest, size - rest);
-    return (VekBool)(hit != NULL);
+    return (VekBool)(at != VekStringNpos);
+}
+
+static inline VekBool VekStringCutCharInline(const VekString* x, char c, VekString* before,
+                                             VekString* after) VEK_NOEXCEPT
+{
+    /* cppcheck-suppress cstyleCast */
+    const char* hit = (const char*)memchr(x->buf, (unsigned char)c, (size_t)x->size);
+    return VekStringCutAtInline(x, hit == NULL ? VekStringNpos : (VekSizeT)(hit - x->buf), 1,
+                                before, after);
+}
+
+static inline VekBool VekStringCutCStrLenInline(const VekString* x, const char* y, VekSizeT n,
+                                                VekString* before, VekString* after) VEK_NOEXCEPT
+{
+    return VekStringCutAtInline(x, n == 0 ? 0 : VekStringFindShortInline(x, 0, y, n), n, before,
+                                after);
+}
+
+static inline VekBool VekStringContainsCStrLenInline(const VekString* x, const char* y,
+                                                     VekSizeT n) VEK_NOEXCEPT
+{
+    return (VekBool)(VekStringFindShortInline(x, 0, y, n) != VekStringNpos);
 }
 
 /* Short strings are counted and converted here, where a call would cost
- * more than the work; longer ones by the library, many bytes a step. */
+ * more than the work; longer ones by the library, many bytes a step. buf and
+ * size are read once: a byte written or read through a char pointer could
+ * otherwise be x's own fields, reloaded at every step. */
 static inline VekSizeT VekStringCountCharInline(const VekString* x, char c) VEK_NOEXCEPT
 {
+    const char* buf = x->buf;
+    const VekSizeT size = x->size;
     VekSizeT count = 0;
     VekSizeT i;
-    if (x->size > 16)
+    if (size > 16)
         return (VekStringCountChar)(x, c);
-    for (i = 0; i < x->size; ++i)
-        count += x->buf[i] == c;
+    for (i = 0; i < size; ++i)
+        count += buf[i] == c;
     return count;
+}
+
+/* Occurrences do not overlap: each search resumes behind the last match.
+ * The empty needle stands at each of the size + 1 positions. */
+static inline VekSizeT VekStringCountCStrLenInline(const VekString* x, const char* y,
+                                                   VekSizeT n) VEK_NOEXCEPT
+{
+    VekSizeT count = 0;
+    VekSizeT at = 0;
+    if (x->size > 16 || n < 2)
+        return (VekStringCountCStrLen)(x, y, n);
+    while ((at = VekStringFindShortInline(x, at, y, n)) != VekStringNpos) {
+        ++count;
+        at += n;
+    }
+    return count;
+}
+
+/* VekStringAsciiLettersInline marks the letters among the eight bytes of w
+ * that run from first ('A' or 'a') for 26 letters: 0x20 in each such byte,
+ * else 0. Each byte's low seven bits plus a bias set the byte's top bit
+ * exactly when they are at least first (with another bias, beyond
+ * first + 25); no sum carries into the next byte. A letter has the first top
+ * bit, not the second, and its own top bit clear. */
+static inline uint64_t VekStringAsciiLettersInline(uint64_t w, char first) VEK_NOEXCEPT
+{
+    const uint64_t ones = 0x0101010101010101u;
+    const uint64_t low7 = w & (0x7F * ones);
+    const uint64_t from_first = low7 + (uint64_t)(0x80 - first) * ones;
+    const uint64_t past_last = low7 + (uint64_t)(0x80 - first - 26) * ones;
+    return ((from_first ^ past_last) & ~w & (0x80 * ones)) >> 2;
+}
+
+/* VekStringConvertWordInline is the eight bytes of w with the case bit of
+ * their letters from first ('A' lowers, 'a' raises) flipped. */
+static inline uint64_t VekStringConvertWordInline(uint64_t w, char first) VEK_NOEXCEPT
+{
+    return w ^ VekStringAsciiLettersInline(w, first);
+}
+
+/* VekStringConvertShortInline converts the size <= 16 bytes at buf: from 8
+ * bytes as a first and a last word, both loaded before either is stored (a
+ * load of what was just stored waits for it); where they overlap, both hold
+ * the same converted bytes. Fewer than 8 go one at a time. */
+static inline void VekStringConvertShortInline(char* buf, VekSizeT size, char first) VEK_NOEXCEPT
+{
+    VekSizeT i;
+    if (size >= 8) {
+        const uint64_t head = VekStringConvertWordInline(VekStringLoad64Inline(buf), first);
+        const uint64_t tail =
+            VekStringConvertWordInline(VekStringLoad64Inline(buf + size - 8), first);
+        VekMemCpy(buf, &head, 8);
+        VekMemCpy(buf + size - 8, &tail, 8);
+        return;
+    }
+    for (i = 0; i < size; ++i)
+        buf[i] = (char)(buf[i] ^ ((unsigned char)(buf[i] - first) < 26 ? 0x20 : 0));
 }
 
 /* A view is the library's, which copies it first. */
 static inline VekString* VekStringToLowerAsciiInline(VekString* x) VEK_NOEXCEPT
 {
-    VekSizeT i;
     if (x->size > 16 || x->capacity == 0)
         return (VekStringToLowerAscii)(x);
-    for (i = 0; i < x->size; ++i)
-        x->buf[i] = (char)(x->buf[i] + ((unsigned char)(x->buf[i] - 'A') < 26 ? 32 : 0));
+    VekStringConvertShortInline(x->buf, x->size, 'A');
     return x;
 }
 
 static inline VekString* VekStringToUpperAsciiInline(VekString* x) VEK_NOEXCEPT
 {
-    VekSizeT i;
     if (x->size > 16 || x->capacity == 0)
         return (VekStringToUpperAscii)(x);
-    for (i = 0; i < x->size; ++i)
-        x->buf[i] = (char)(x->buf[i] - ((unsigned char)(x->buf[i] - 'a') < 26 ? 32 : 0));
+    VekStringConvertShortInline(x->buf, x->size, 'a');
     return x;
 }
 
@@ -1024,9 +1161,15 @@ static inline VekBool VekStringNextWordInline(const VekString* x, VekSizeT* pos,
 #define VekStringEndsWithChar(x, c) VekStringEndsWithCharInline((x), (c))
 #define VekStringNextFieldChar(x, pos, c, field)                                                   \
     VekStringNextFieldCharInline((x), (pos), (c), (field))
+#define VekStringNextFieldCStrLen(x, pos, y, n, field)                                             \
+    VekStringNextFieldCStrLenInline((x), (pos), (y), (n), (field))
 #define VekStringCutChar(x, c, before, after) VekStringCutCharInline((x), (c), (before), (after))
+#define VekStringCutCStrLen(x, y, n, before, after)                                                \
+    VekStringCutCStrLenInline((x), (y), (n), (before), (after))
+#define VekStringContainsCStrLen(x, y, n) VekStringContainsCStrLenInline((x), (y), (n))
 #define VekStringNextWord(x, pos, word) VekStringNextWordInline((x), (pos), (word))
 #define VekStringCountChar(x, c) VekStringCountCharInline((x), (c))
+#define VekStringCountCStrLen(x, y, n) VekStringCountCStrLenInline((x), (y), (n))
 #define VekStringToLowerAscii(x) VekStringToLowerAsciiInline((x))
 #define VekStringToUpperAscii(x) VekStringToUpperAsciiInline((x))
 #define VekStringTrim(x) VekStringTrimInline((x))
