@@ -479,9 +479,9 @@ TEST(StringClass, ModuleAdditions)
 
 std::string Bracketed(const vek::Fields& fields)
 {
-    std::string out;
-    for (std::string_view f : fields)
-        out.append("[").append(f).append("]");
+    std::string out; // postfix ++ on purpose: it must hand back the field it leaves
+    for (auto it = fields.begin(); it != fields.end();)
+        out.append("[").append(*it++).append("]");
     return out;
 }
 
