@@ -8,35 +8,11 @@
  * and path is then a view of that block (log_summary.c), so reading a log
  * copies nothing but the paths the table keeps.
  */
+#include "load_file.h"
 #include "log_summary.h"
 
 #include <stdio.h>
 #include <stdlib.h>
-
-/* LoadFile reads a whole file into a block from the allocator and lets text
- * adopt it: the bytes are read once and never copied. */
-static int LoadFile(VekString* text, const char* path, VekAllocator* a)
-{
-    FILE* f = fopen(path, "rb");
-    long length;
-    char* block;
-    if (f == NULL || fseek(f, 0, SEEK_END) != 0 || (length = ftell(f)) < 0 ||
-        fseek(f, 0, SEEK_SET) != 0) {
-        if (f != NULL)
-            fclose(f);
-        return 0;
-    }
-    block = (char*)VekAllocatorAllocate(a, (VekSizeT)length + 1);
-    if (block == NULL || fread(block, 1, (size_t)length, f) != (size_t)length) {
-        if (block != NULL)
-            VekAllocatorDeallocate(a, block, (VekSizeT)length + 1);
-        fclose(f);
-        return 0;
-    }
-    fclose(f);
-    VekStringConstructWithExternalBuffer(text, block, (VekSizeT)length, (VekSizeT)length + 1, a);
-    return 1;
-}
 
 static void PrintReport(LogSummary* summary)
 {

@@ -8,6 +8,8 @@
  */
 #include <Vek/Utils/VekString.h>
 
+#include "load_file.h"
+
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -33,31 +35,6 @@ static VekString View(const char* text, VekAllocator* a)
     view.size = strlen(text);
     view.capacity = 0;
     return view;
-}
-
-/* LoadFile reads a whole file into a block from the string's allocator and
- * lets the string adopt it: the bytes are read once and never copied. */
-static int LoadFile(VekString* text, const char* path, VekAllocator* a)
-{
-    FILE* f = fopen(path, "rb");
-    long length;
-    char* block;
-    if (f == NULL || fseek(f, 0, SEEK_END) != 0 || (length = ftell(f)) < 0 ||
-        fseek(f, 0, SEEK_SET) != 0) {
-        if (f != NULL)
-            fclose(f);
-        return 0;
-    }
-    block = VekAllocatorAllocate(a, (VekSizeT)length + 1);
-    if (block == NULL || fread(block, 1, (size_t)length, f) != (size_t)length) {
-        if (block != NULL)
-            VekAllocatorDeallocate(a, block, (VekSizeT)length + 1);
-        fclose(f);
-        return 0;
-    }
-    fclose(f);
-    VekStringConstructWithExternalBuffer(text, block, (VekSizeT)length, (VekSizeT)length + 1, a);
-    return 1;
 }
 
 /* Count returns how often word occurs in text. */
