@@ -134,6 +134,11 @@ template <typename F> Op Both(const char* name, F f)
 #define VEK_SEARCH(f)                                                                              \
     VEK_OP(s.f(Text(s, r), r.pos)), VEK_OP(s.f(CStr(s, r), r.pos)),                                \
         VEK_OP(s.f(Text(s, r).data(), r.pos, Text(s, r).size())), VEK_OP(s.f(r.c, r.pos))
+// f called with the text, as a C string, and as bytes and a length, after
+// the leading arguments (which end in a comma).
+#define VEK_TEXTS(f, ...)                                                                          \
+    VEK_OP(f(__VA_ARGS__ Text(s, r))), VEK_OP(f(__VA_ARGS__ CStr(s, r))),                          \
+        VEK_OP(f(__VA_ARGS__ Text(s, r).data(), Text(s, r).size()))
 #define VEK_PREDICATE(f) VEK_OP(s.f(Text(s, r))), VEK_OP(s.f(CStr(s, r))), VEK_OP(s.f(r.c))
 
 // clang-format off
@@ -141,9 +146,7 @@ const std::vector<Op>& Ops()
 {
     static const std::vector<Op> ops = {
         // Construction, copies, assignment.
-        VEK_OP(Make(s, Text(s, r))),
-        VEK_OP(Make(s, CStr(s, r))),
-        VEK_OP(Make(s, Text(s, r).data(), Text(s, r).size())),
+        VEK_TEXTS(Make, s,),
         VEK_OP(Make(s, r.n, r.c)),
         VEK_OP(Make(s, S(Text(s, r)), r.pos)),
         VEK_OP(Make(s, Text(s, r), r.pos, r.n)),
@@ -158,10 +161,8 @@ const std::vector<Op>& Ops()
         VEK_OP(s = CStr(s, r)),
         VEK_OP(s = r.c),
         VEK_OP((s = {r.c, 'b'})),
-        VEK_OP(s.assign(Text(s, r))),
-        VEK_OP(s.assign(CStr(s, r))),
+        VEK_TEXTS(s.assign,),
         VEK_OP(s.assign(Text(s, r), r.pos, r.n)),
-        VEK_OP(s.assign(Text(s, r).data(), Text(s, r).size())),
         VEK_OP(s.assign(r.n, r.c)),
         VEK_OP(s.assign(Text(s, r).begin(), Text(s, r).end())),
         VEK_OP(s.assign(s.rbegin(), s.rend())),
@@ -170,10 +171,8 @@ const std::vector<Op>& Ops()
         VEK_OP([&] { S other(Text(s, r)); s.swap(other); return other; }()),
         VEK_OP([&] { S other(Text(s, r)); swap(s, other); return other; }()),
         // Appending.
-        VEK_OP(s.append(Text(s, r))),
-        VEK_OP(s.append(CStr(s, r))),
+        VEK_TEXTS(s.append,),
         VEK_OP(s.append(Text(s, r), r.pos, r.n)),
-        VEK_OP(s.append(Text(s, r).data(), Text(s, r).size())),
         VEK_OP(s.append(r.n, r.c)),
         VEK_OP(s.append(Text(s, r).begin(), Text(s, r).end())),
         VEK_OP(s.append(s.cbegin(), s.cend())),
@@ -187,10 +186,8 @@ const std::vector<Op>& Ops()
         VEK_OP(s.push_back(r.c)),
         VEK_OP(s.empty() ? void() : s.pop_back()),
         // Insertion.
-        VEK_OP(s.insert(r.pos, Text(s, r))),
-        VEK_OP(s.insert(r.pos, CStr(s, r))),
+        VEK_TEXTS(s.insert, r.pos,),
         VEK_OP(s.insert(r.pos, Text(s, r), r.pos2, r.n)),
-        VEK_OP(s.insert(r.pos, Text(s, r).data(), Text(s, r).size())),
         VEK_OP(s.insert(r.pos, r.n, r.c)),
         VEK_OP(s.insert(At(s, r), r.c)),
         VEK_OP(s.insert(At(s, r), r.n, r.c)),
@@ -199,10 +196,8 @@ const std::vector<Op>& Ops()
         VEK_OP(s.insert(At(s, r), s.rbegin(), s.rend())),
         VEK_OP(s.insert(At(s, r), {r.c, 'b'})),
         // Replacement.
-        VEK_OP(s.replace(r.pos, r.n, Text(s, r))),
-        VEK_OP(s.replace(r.pos, r.n, CStr(s, r))),
+        VEK_TEXTS(s.replace, r.pos, r.n,),
         VEK_OP(s.replace(r.pos, r.n, Text(s, r), r.pos2, r.n)),
-        VEK_OP(s.replace(r.pos, r.n, Text(s, r).data(), Text(s, r).size())),
         VEK_OP(s.replace(r.pos, r.n, r.pos2 * 30, r.c)),
         VEK_OP(s.replace(Span(s, r).first, Span(s, r).second, Text(s, r))),
         VEK_OP(s.replace(Span(s, r).first, Span(s, r).second, CStr(s, r))),

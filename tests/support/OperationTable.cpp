@@ -162,6 +162,18 @@ bool FromCFString(Step& s)
 
 // ------------------------------------------------------------------ queries
 
+int Sign(long long v)
+{
+    return (v > 0) - (v < 0);
+}
+
+// Signed is got when it has want's sign, which is all a comparison promises,
+// and otherwise a value that differs from got.
+VekInt Signed(VekInt got, long long want)
+{
+    return Sign(got) == Sign(want) ? got : Sign(want);
+}
+
 // Compared is what a comparison that returned got must return: the sign of
 // the first differing byte, else exactly the length difference (saturated).
 VekInt Compared(VekInt got, const std::string& a, const std::string& b)
@@ -170,7 +182,7 @@ VekInt Compared(VekInt got, const std::string& a, const std::string& b)
     if (c == 0)
         return static_cast<VekInt>(std::clamp<long long>(
             static_cast<long long>(a.size()) - static_cast<long long>(b.size()), INT_MIN, INT_MAX));
-    return (got > 0) == (c > 0) && got != 0 ? got : (c > 0 ? 1 : -1);
+    return Signed(got, c);
 }
 
 VekSizeT Hash(const std::string& bytes)
@@ -231,10 +243,6 @@ std::string Upper(std::string t)
     return t;
 }
 
-int Sign(long long v)
-{
-    return (v > 0) - (v < 0);
-}
 
 // Occurrences counts the needles that do not overlap, left to right; the
 // empty needle stands at every position, the end included.
@@ -468,13 +476,39 @@ bool Iterates(Step& s, VekStringIterator it, VekSizeT at)
     VEK_ROW(name, R::kGrowth, maker, expectation; return Ok(call);)
 // A query: the call and what std::string gives.
 #define VEK_QUERY(name, maker, call, want)                                                       \
-    VEK_ROW(name, R::kQuery, maker, s.expect = s.m; s.Same(call, want); return true;)
+    VEK_ROW(name, R::kQuery, maker, s.expect = s.m; const auto got = call; s.Same(got, want); return true;)
 
 // A function with an inline fast path, called as one or the other.
 #define VEK_TWIN(f, ...) (s.Twin() ? f(__VA_ARGS__) : (f)(__VA_ARGS__))
 #define VEK_TRIM(name, maker, set, ends, call)                                                   \
     VEK_ROW(name, R::kExact, maker, const char* was = s.x->buf;                                 \
             const VekSizeT start = Trimmed(s, set, ends); return Narrowed(s, call, was, start);)
+#define VEK_TRIMS(F, ends)                                                                         \
+    VEK_TRIM(F, s.Byte(), kSpaces, ends, VEK_TWIN(VekString##F, s.x)),                             \
+    VEK_TRIM(F##CStr, s.CStr(), y.bytes, ends, VEK_TWIN(VekString##F##CStr, s.x, y.ptr)),          \
+    VEK_TRIM(F##CStrLen, s.Slice(), y.bytes, ends, VEK_TWIN(VekString##F##CStrLen, s.x, y.ptr, y.len)), \
+    VEK_TRIM(F##Char, s.Byte(), y.bytes, ends, VEK_TWIN(VekString##F##Char, s.x, *y.ptr))
+
+// A family is one function taking its operand as a record, a C string, bytes
+// and a length, and (FORMS4) one byte: M(name, maker, (operand), ...) makes
+// each row. What a row expects is said in y.bytes, which holds the operand in
+// every form. The leading arguments of a query end in a comma: (s.x, p,).
+#define VEK_ID(...) __VA_ARGS__
+#define VEK_FORMS3(M, F, ...)                                                                      \
+    M(F, s.Str(), (y.str), __VA_ARGS__), M(F##CStr, s.CStr(), (y.ptr), __VA_ARGS__),               \
+    M(F##CStrLen, s.Slice(), (y.ptr, y.len), __VA_ARGS__)
+#define VEK_FORMS4(M, F, ...) VEK_FORMS3(M, F, __VA_ARGS__), M(F##Char, s.Byte(), (*y.ptr), __VA_ARGS__)
+#define VEK_EDITS(name, maker, operand, expectation, ...)                                         \
+    VEK_EDIT(name, maker, expectation, VEK_TWIN(VekString##name, __VA_ARGS__ VEK_ID operand))
+// A query; want may use got, what the call returned.
+#define VEK_ASKS(name, maker, operand, want, ...)                                                 \
+    VEK_QUERY(name, maker, VEK_TWIN(VekString##name, __VA_ARGS__ VEK_ID operand), want)
+#define VEK_SPLITS(name, maker, operand, spans)                                                    \
+    VEK_ROW(name, R::kQuery, maker, return Yields(s, p, spans, [&](VekSizeT* at, VekString* f) {   \
+        return VEK_TWIN(VekString##name, s.x, at, VEK_ID operand, f); });)
+#define VEK_CUTS(name, maker, operand, at, len)                                                    \
+    VEK_ROW(name, R::kQuery, maker, return Cuts(s, at, len, [&](const VekString* x, VekString* b, VekString* a) { \
+        return VEK_TWIN(VekString##name, x, VEK_ID operand, b, a); });)
 
 const Row kRows[] = {
     // Construction, moves and capacity
@@ -511,20 +545,13 @@ const Row kRows[] = {
             s.expect = s.m + text; s.InPlace(); std::memcpy(VekStringGetBuffer(s.x), text.data(), text.size());
             VekStringReleaseBuffer(s.x, text.size()); return true;),
     // Assignment
-    VEK_EDIT(Assign, s.Str(), s.expect = y.bytes, VekStringAssign(s.x, y.str)),
+    VEK_FORMS4(VEK_EDITS, Assign, s.expect = y.bytes, s.x,),
     VEK_EDIT(AssignSubstring, s.Str(), s.expect = Sub(y.bytes, y.pos, y.count), VekStringAssignSubstring(s.x, y.str, y.pos, y.count)),
-    VEK_EDIT(AssignCStr, s.CStr(), s.expect = y.bytes, VekStringAssignCStr(s.x, y.ptr)),
-    VEK_EDIT(AssignCStrLen, s.Slice(), s.expect = y.bytes, VekStringAssignCStrLen(s.x, y.ptr, y.len)),
     VEK_EDIT(AssignRange, s.Slice(), s.expect = y.bytes, VekStringAssignRange(s.x, y.ptr, y.ptr + y.len)),
-    VEK_EDIT(AssignChar, s.Byte(), s.expect = y.bytes, VekStringAssignChar(s.x, *y.ptr)),
     // Appending and resizing
-    VEK_EDIT(Append, s.Str(), s.expect = s.m + y.bytes, VekStringAppend(s.x, y.str)),
+    VEK_FORMS4(VEK_EDITS, Append, s.expect = s.m + y.bytes, s.x,),
     VEK_EDIT(AppendSubstring, s.Str(), s.Splice(s.m.size(), 0, Sub(y.bytes, y.pos, y.count)), VekStringAppendSubstring(s.x, y.str, y.pos, y.count)),
-    VEK_EDIT(AppendCStr, s.CStr(), s.expect = s.m + y.bytes, VekStringAppendCStr(s.x, y.ptr)),
-    VEK_EDIT(AppendCStrLen, s.Slice(), s.expect = s.m + y.bytes,
-             s.Twin() ? VekStringAppendCStrLenInline(s.x, y.ptr, y.len) : (VekStringAppendCStrLen)(s.x, y.ptr, y.len)),
     VEK_EDIT(AppendRange, s.Slice(), s.expect = s.m + y.bytes, VekStringAppendRange(s.x, y.ptr, y.ptr + y.len)),
-    VEK_EDIT(AppendChar, s.Byte(), s.expect = s.m + y.bytes, s.Twin() ? VekStringAppendCharInline(s.x, *y.ptr) : (VekStringAppendChar)(s.x, *y.ptr)),
     VEK_EDIT(AppendN, s.Byte(), const VekSizeT count = s.in.Below(40); s.expect = s.m + std::string(count, *y.ptr), VekStringAppendN(s.x, count, *y.ptr)),
     VEK_EDIT(Resize, s.Byte(), const VekSizeT size = s.in.Below(s.m.size() + 24); s.expect = s.m; s.expect->resize(size, *y.ptr),
              VekStringResize(s.x, size, size > s.m.size() || s.Twin() ? y.ptr : nullptr)),
@@ -570,42 +597,22 @@ const Row kRows[] = {
     VEK_ROW(AppendUtf16, R::kExact, DrawText(s.in), Encoded(s, y.Utf8(), kAppend); return Ok(VekStringAppendUtf16(s.x, y.utf16.data()));),
     {"AssignFromCFString", R::kExact, FromCFString},
     // Comparison and hashing
-    VEK_QUERY(Equal, s.Str(), s.Twin() ? VekStringEqualInline(s.x, y.str) : (VekStringEqual)(s.x, y.str), s.m == y.bytes),
-    VEK_QUERY(EqualCStr, s.CStr(), s.Twin() ? VekStringEqualCStrInline(s.x, y.ptr) : (VekStringEqualCStr)(s.x, y.ptr), s.m == y.bytes),
-    VEK_QUERY(EqualCStrLen, s.Slice(), s.Twin() ? VekStringEqualCStrLenInline(s.x, y.ptr, y.len) : (VekStringEqualCStrLen)(s.x, y.ptr, y.len), s.m == y.bytes),
-    VEK_QUERY(EqualSubstring, s.Str(), VekStringEqualSubstring(s.x, p, n, y.str), Span(s.m, p, n) == y.bytes),
-    VEK_QUERY(EqualSubstringCStr, s.CStr(), VekStringEqualSubstringCStr(s.x, p, n, y.ptr), Span(s.m, p, n) == y.bytes),
-    VEK_QUERY(EqualSubstringCStrLen, s.Slice(), VekStringEqualSubstringCStrLen(s.x, p, n, y.ptr, y.len), Span(s.m, p, n) == y.bytes),
-    VEK_QUERY(Compare, s.Str(), s.Twin() ? VekStringCompareInline(s.x, y.str) : (VekStringCompare)(s.x, y.str), Compared(VekStringCompare(s.x, y.str), s.m, y.bytes)),
-    VEK_QUERY(CompareCStr, s.CStr(), s.Twin() ? VekStringCompareCStrInline(s.x, y.ptr) : (VekStringCompareCStr)(s.x, y.ptr), Compared(VekStringCompareCStr(s.x, y.ptr), s.m, y.bytes)),
-    VEK_QUERY(CompareCStrLen, s.Slice(), s.Twin() ? VekStringCompareCStrLenInline(s.x, y.ptr, y.len) : (VekStringCompareCStrLen)(s.x, y.ptr, y.len), Compared(VekStringCompareCStrLen(s.x, y.ptr, y.len), s.m, y.bytes)),
+    VEK_FORMS3(VEK_ASKS, Equal, s.m == y.bytes, s.x,),
+    VEK_FORMS3(VEK_ASKS, EqualSubstring, Span(s.m, p, n) == y.bytes, s.x, p, n,),
+    VEK_FORMS3(VEK_ASKS, Compare, Compared(got, s.m, y.bytes), s.x,),
     VEK_QUERY(Hash, s.Byte(), s.Twin() ? VekStringHashInline(s.x) : (VekStringHash)(s.x), Hash(s.m)),
     // Character-set search
-    VEK_QUERY(FindFirstOf, s.Str(), s.Twin() ? VekStringFindFirstOfInline(s.x, p, y.str) : (VekStringFindFirstOf)(s.x, p, y.str), s.m.find_first_of(y.bytes, sp)),
-    VEK_QUERY(FindFirstOfCStrLen, s.Slice(), s.Twin() ? VekStringFindFirstOfCStrLenInline(s.x, p, y.ptr, y.len) : (VekStringFindFirstOfCStrLen)(s.x, p, y.ptr, y.len), s.m.find_first_of(y.bytes, sp)),
-    VEK_QUERY(FindFirstOfChar, s.Byte(), s.Twin() ? VekStringFindFirstOfCharInline(s.x, p, *y.ptr) : (VekStringFindFirstOfChar)(s.x, p, *y.ptr), s.m.find_first_of(y.bytes, sp)),
-    VEK_QUERY(FindFirstOfCStr, s.CStr(), s.Twin() ? VekStringFindFirstOfCStrInline(s.x, p, y.ptr) : (VekStringFindFirstOfCStr)(s.x, p, y.ptr), s.m.find_first_of(y.bytes, sp)),
-    VEK_QUERY(FindFirstNotOf, s.Str(), s.Twin() ? VekStringFindFirstNotOfInline(s.x, p, y.str) : (VekStringFindFirstNotOf)(s.x, p, y.str), s.m.find_first_not_of(y.bytes, sp)),
-    VEK_QUERY(FindFirstNotOfCStrLen, s.Slice(), s.Twin() ? VekStringFindFirstNotOfCStrLenInline(s.x, p, y.ptr, y.len) : (VekStringFindFirstNotOfCStrLen)(s.x, p, y.ptr, y.len), s.m.find_first_not_of(y.bytes, sp)),
-    VEK_QUERY(FindFirstNotOfChar, s.Byte(), s.Twin() ? VekStringFindFirstNotOfCharInline(s.x, p, *y.ptr) : (VekStringFindFirstNotOfChar)(s.x, p, *y.ptr), s.m.find_first_not_of(y.bytes, sp)),
-    VEK_QUERY(FindFirstNotOfCStr, s.CStr(), s.Twin() ? VekStringFindFirstNotOfCStrInline(s.x, p, y.ptr) : (VekStringFindFirstNotOfCStr)(s.x, p, y.ptr), s.m.find_first_not_of(y.bytes, sp)),
+    VEK_FORMS4(VEK_ASKS, FindFirstOf, s.m.find_first_of(y.bytes, sp), s.x, p,),
+    VEK_FORMS4(VEK_ASKS, FindFirstNotOf, s.m.find_first_not_of(y.bytes, sp), s.x, p,),
     VEK_QUERY(FindLastOfCStrLen, s.Slice(), VekStringFindLastOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_of(y.bytes, sp)),
     VEK_QUERY(FindLastOfChar, s.Byte(), VekStringFindLastOfChar(s.x, p, *y.ptr), s.m.find_last_of(y.bytes, sp)),
     VEK_QUERY(FindLastNotOfCStrLen, s.Slice(), VekStringFindLastNotOfCStrLen(s.x, p, y.ptr, y.len), s.m.find_last_not_of(y.bytes, sp)),
     VEK_QUERY(FindLastNotOfChar, s.Byte(), VekStringFindLastNotOfChar(s.x, p, *y.ptr), s.m.find_last_not_of(y.bytes, sp)),
     // Substring search and find-and-replace
-    VEK_QUERY(FindFromPosCStrLen, s.Slice(), VekStringFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.find(y.bytes, sp)),
-    VEK_QUERY(FindFromPosCStr, s.CStr(), VekStringFindFromPosCStr(s.x, p, y.ptr), s.m.find(y.bytes, sp)),
-    VEK_QUERY(FindFromPos, s.Str(), VekStringFindFromPos(s.x, p, y.str), s.m.find(y.bytes, sp)),
-    VEK_QUERY(FindCStrLen, s.Slice(), VekStringFindCStrLen(s.x, y.ptr, y.len), s.m.find(y.bytes)),
-    VEK_QUERY(FindCStr, s.CStr(), VekStringFindCStr(s.x, y.ptr), s.m.find(y.bytes)),
-    VEK_QUERY(Find, s.Str(), VekStringFind(s.x, y.str), s.m.find(y.bytes)),
-    VEK_QUERY(RFindFromPosCStrLen, s.Slice(), VekStringRFindFromPosCStrLen(s.x, p, y.ptr, y.len), s.m.rfind(y.bytes, sp)),
-    VEK_QUERY(RFindFromPosCStr, s.CStr(), VekStringRFindFromPosCStr(s.x, p, y.ptr), s.m.rfind(y.bytes, sp)),
-    VEK_QUERY(RFindFromPos, s.Str(), VekStringRFindFromPos(s.x, p, y.str), s.m.rfind(y.bytes, sp)),
-    VEK_QUERY(RFindCStrLen, s.Slice(), VekStringRFindCStrLen(s.x, y.ptr, y.len), s.m.rfind(y.bytes)),
-    VEK_QUERY(RFindCStr, s.CStr(), VekStringRFindCStr(s.x, y.ptr), s.m.rfind(y.bytes)),
-    VEK_QUERY(RFind, s.Str(), VekStringRFind(s.x, y.str), s.m.rfind(y.bytes)),
+    VEK_FORMS4(VEK_ASKS, FindFromPos, s.m.find(y.bytes, sp), s.x, p,),
+    VEK_FORMS4(VEK_ASKS, Find, s.m.find(y.bytes), s.x,),
+    VEK_FORMS4(VEK_ASKS, RFindFromPos, s.m.rfind(y.bytes, sp), s.x, p,),
+    VEK_FORMS4(VEK_ASKS, RFind, s.m.rfind(y.bytes), s.x,),
     VEK_ROW(FindAndReplace, R::kExact, s.Str(), const Record with = s.Str(); ReplaceAll(s, y.bytes, with.bytes);
             if (s.expect->size() > 4096) { s.expect = s.m; s.InPlace(); return true; } // too long to build
             return Ok(VekStringFindAndReplace(s.x, y.str, with.str));),
@@ -615,60 +622,23 @@ const Row kRows[] = {
     VEK_ROW(ConstructViewCStr, R::kQuery, s.CStr(), VekString v{};
             return Viewed(s, VEK_TWIN(VekStringConstructViewCStr, &v, y.ptr, s.a), v, y.ptr, y.bytes);),
     VEK_ROW(ConstructViewSubstring, R::kExact, s.Str(), return ViewsSpan(s, y, p, n);),
-    VEK_ROW(NextField, R::kQuery, s.Str(), return Yields(s, p, SplitBy(s.m, p, y.bytes), [&](VekSizeT* at, VekString* f) { return VekStringNextField(s.x, at, y.str, f); });),
-    VEK_ROW(NextFieldCStr, R::kQuery, s.CStr(), return Yields(s, p, SplitBy(s.m, p, y.bytes), [&](VekSizeT* at, VekString* f) { return VekStringNextFieldCStr(s.x, at, y.ptr, f); });),
-    VEK_ROW(NextFieldCStrLen, R::kQuery, s.Slice(), return Yields(s, p, SplitBy(s.m, p, y.bytes), [&](VekSizeT* at, VekString* f) { return VEK_TWIN(VekStringNextFieldCStrLen, s.x, at, y.ptr, y.len, f); });),
-    VEK_ROW(NextFieldChar, R::kQuery, s.Byte(), return Yields(s, p, SplitBy(s.m, p, y.bytes), [&](VekSizeT* at, VekString* f) { return VEK_TWIN(VekStringNextFieldChar, s.x, at, *y.ptr, f); });),
-    VEK_ROW(NextFieldAnyOfCStr, R::kQuery, s.CStr(), return Yields(s, p, SplitByAnyOf(s.m, p, y.bytes), [&](VekSizeT* at, VekString* f) { return VekStringNextFieldAnyOfCStr(s.x, at, y.ptr, f); });),
-    VEK_ROW(NextFieldAnyOfCStrLen, R::kQuery, s.Slice(), return Yields(s, p, SplitByAnyOf(s.m, p, y.bytes), [&](VekSizeT* at, VekString* f) { return VekStringNextFieldAnyOfCStrLen(s.x, at, y.ptr, y.len, f); });),
+    VEK_FORMS4(VEK_SPLITS, NextField, SplitBy(s.m, p, y.bytes)),
+    VEK_SPLITS(NextFieldAnyOfCStr, s.CStr(), (y.ptr), SplitByAnyOf(s.m, p, y.bytes)),
+    VEK_SPLITS(NextFieldAnyOfCStrLen, s.Slice(), (y.ptr, y.len), SplitByAnyOf(s.m, p, y.bytes)),
     VEK_ROW(NextWord, R::kQuery, s.Byte(), return Yields(s, p, Words(s.m, p), [&](VekSizeT* at, VekString* f) { return VEK_TWIN(VekStringNextWord, s.x, at, f); });),
-    VEK_ROW(Cut, R::kQuery, s.Str(), return Cuts(s, y.bytes.empty() ? 0 : s.m.find(y.bytes), y.bytes.size(), [&](const VekString* x, VekString* b, VekString* a) { return VekStringCut(x, y.str, b, a); });),
-    VEK_ROW(CutCStr, R::kQuery, s.CStr(), return Cuts(s, y.bytes.empty() ? 0 : s.m.find(y.bytes), y.len, [&](const VekString* x, VekString* b, VekString* a) { return VekStringCutCStr(x, y.ptr, b, a); });),
-    VEK_ROW(CutCStrLen, R::kQuery, s.Slice(), return Cuts(s, y.bytes.empty() ? 0 : s.m.find(y.bytes), y.len, [&](const VekString* x, VekString* b, VekString* a) { return VEK_TWIN(VekStringCutCStrLen, x, y.ptr, y.len, b, a); });),
-    VEK_ROW(CutChar, R::kQuery, s.Byte(), return Cuts(s, s.m.find(*y.ptr), 1, [&](const VekString* x, VekString* b, VekString* a) { return VEK_TWIN(VekStringCutChar, x, *y.ptr, b, a); });),
+    VEK_FORMS4(VEK_CUTS, Cut, y.bytes.empty() ? 0 : s.m.find(y.bytes), y.bytes.size()),
     // Trimming
-    VEK_TRIM(Trim, s.Byte(), kSpaces, kBoth, VEK_TWIN(VekStringTrim, s.x)),
-    VEK_TRIM(TrimCStr, s.CStr(), y.bytes, kBoth, VekStringTrimCStr(s.x, y.ptr)),
-    VEK_TRIM(TrimCStrLen, s.Slice(), y.bytes, kBoth, VekStringTrimCStrLen(s.x, y.ptr, y.len)),
-    VEK_TRIM(TrimChar, s.Byte(), y.bytes, kBoth, VEK_TWIN(VekStringTrimChar, s.x, *y.ptr)),
-    VEK_TRIM(TrimLeft, s.Byte(), kSpaces, kLeft, VEK_TWIN(VekStringTrimLeft, s.x)),
-    VEK_TRIM(TrimLeftCStr, s.CStr(), y.bytes, kLeft, VekStringTrimLeftCStr(s.x, y.ptr)),
-    VEK_TRIM(TrimLeftCStrLen, s.Slice(), y.bytes, kLeft, VekStringTrimLeftCStrLen(s.x, y.ptr, y.len)),
-    VEK_TRIM(TrimLeftChar, s.Byte(), y.bytes, kLeft, VEK_TWIN(VekStringTrimLeftChar, s.x, *y.ptr)),
-    VEK_TRIM(TrimRight, s.Byte(), kSpaces, kRight, VEK_TWIN(VekStringTrimRight, s.x)),
-    VEK_TRIM(TrimRightCStr, s.CStr(), y.bytes, kRight, VekStringTrimRightCStr(s.x, y.ptr)),
-    VEK_TRIM(TrimRightCStrLen, s.Slice(), y.bytes, kRight, VekStringTrimRightCStrLen(s.x, y.ptr, y.len)),
-    VEK_TRIM(TrimRightChar, s.Byte(), y.bytes, kRight, VEK_TWIN(VekStringTrimRightChar, s.x, *y.ptr)),
+    VEK_TRIMS(Trim, kBoth), VEK_TRIMS(TrimLeft, kLeft), VEK_TRIMS(TrimRight, kRight),
     // ASCII case
     VEK_ROW(ToLowerAscii, R::kExact, s.Byte(), Cased(s, Lower(s.m)); return Ok(VEK_TWIN(VekStringToLowerAscii, s.x));),
     VEK_ROW(ToUpperAscii, R::kExact, s.Byte(), Cased(s, Upper(s.m)); return Ok(VEK_TWIN(VekStringToUpperAscii, s.x));),
-    VEK_QUERY(EqualIgnoringCaseAscii, s.Str(), VekStringEqualIgnoringCaseAscii(s.x, y.str), Lower(s.m) == Lower(y.bytes)),
-    VEK_QUERY(EqualIgnoringCaseAsciiCStr, s.CStr(), VekStringEqualIgnoringCaseAsciiCStr(s.x, y.ptr), Lower(s.m) == Lower(y.bytes)),
-    VEK_QUERY(EqualIgnoringCaseAsciiCStrLen, s.Slice(), VekStringEqualIgnoringCaseAsciiCStrLen(s.x, y.ptr, y.len), Lower(s.m) == Lower(y.bytes)),
-    VEK_QUERY(CompareIgnoringCaseAscii, s.Str(), Sign(VekStringCompareIgnoringCaseAscii(s.x, y.str)), Sign(Lower(s.m).compare(Lower(y.bytes)))),
-    VEK_QUERY(CompareIgnoringCaseAsciiCStr, s.CStr(), Sign(VekStringCompareIgnoringCaseAsciiCStr(s.x, y.ptr)), Sign(Lower(s.m).compare(Lower(y.bytes)))),
-    VEK_QUERY(CompareIgnoringCaseAsciiCStrLen, s.Slice(), Sign(VekStringCompareIgnoringCaseAsciiCStrLen(s.x, y.ptr, y.len)), Sign(Lower(s.m).compare(Lower(y.bytes)))),
-    // Prefixes, suffixes, occurrences and the single-byte searches
-    VEK_QUERY(StartsWith, s.Str(), VEK_TWIN(VekStringStartsWith, s.x, y.str), s.m.starts_with(y.bytes)),
-    VEK_QUERY(StartsWithCStr, s.CStr(), VEK_TWIN(VekStringStartsWithCStr, s.x, y.ptr), s.m.starts_with(y.bytes)),
-    VEK_QUERY(StartsWithCStrLen, s.Slice(), VEK_TWIN(VekStringStartsWithCStrLen, s.x, y.ptr, y.len), s.m.starts_with(y.bytes)),
-    VEK_QUERY(StartsWithChar, s.Byte(), VEK_TWIN(VekStringStartsWithChar, s.x, *y.ptr), s.m.starts_with(*y.ptr)),
-    VEK_QUERY(EndsWith, s.Str(), VEK_TWIN(VekStringEndsWith, s.x, y.str), s.m.ends_with(y.bytes)),
-    VEK_QUERY(EndsWithCStr, s.CStr(), VEK_TWIN(VekStringEndsWithCStr, s.x, y.ptr), s.m.ends_with(y.bytes)),
-    VEK_QUERY(EndsWithCStrLen, s.Slice(), VEK_TWIN(VekStringEndsWithCStrLen, s.x, y.ptr, y.len), s.m.ends_with(y.bytes)),
-    VEK_QUERY(EndsWithChar, s.Byte(), VEK_TWIN(VekStringEndsWithChar, s.x, *y.ptr), s.m.ends_with(*y.ptr)),
-    VEK_QUERY(Contains, s.Str(), VekStringContains(s.x, y.str), s.m.find(y.bytes) != std::string::npos),
-    VEK_QUERY(ContainsCStr, s.CStr(), VekStringContainsCStr(s.x, y.ptr), s.m.find(y.bytes) != std::string::npos),
-    VEK_QUERY(ContainsCStrLen, s.Slice(), VEK_TWIN(VekStringContainsCStrLen, s.x, y.ptr, y.len), s.m.find(y.bytes) != std::string::npos),
-    VEK_QUERY(ContainsChar, s.Byte(), VEK_TWIN(VekStringContainsChar, s.x, *y.ptr), s.m.find(*y.ptr) != std::string::npos),
-    VEK_QUERY(Count, s.Str(), VekStringCount(s.x, y.str), Occurrences(s.m, y.bytes)),
-    VEK_QUERY(CountCStr, s.CStr(), VekStringCountCStr(s.x, y.ptr), Occurrences(s.m, y.bytes)),
-    VEK_QUERY(CountCStrLen, s.Slice(), VEK_TWIN(VekStringCountCStrLen, s.x, y.ptr, y.len), Occurrences(s.m, y.bytes)),
-    VEK_QUERY(CountChar, s.Byte(), VEK_TWIN(VekStringCountChar, s.x, *y.ptr), Occurrences(s.m, y.bytes)),
-    VEK_QUERY(FindChar, s.Byte(), VEK_TWIN(VekStringFindChar, s.x, *y.ptr), s.m.find(*y.ptr)),
-    VEK_QUERY(FindFromPosChar, s.Byte(), VEK_TWIN(VekStringFindFromPosChar, s.x, p, *y.ptr), s.m.find(*y.ptr, sp)),
-    VEK_QUERY(RFindChar, s.Byte(), VEK_TWIN(VekStringRFindChar, s.x, *y.ptr), s.m.rfind(*y.ptr)),
-    VEK_QUERY(RFindFromPosChar, s.Byte(), VEK_TWIN(VekStringRFindFromPosChar, s.x, p, *y.ptr), s.m.rfind(*y.ptr, sp)),
+    VEK_FORMS3(VEK_ASKS, EqualIgnoringCaseAscii, Lower(s.m) == Lower(y.bytes), s.x,),
+    VEK_FORMS3(VEK_ASKS, CompareIgnoringCaseAscii, Signed(got, Lower(s.m).compare(Lower(y.bytes))), s.x,),
+    // Prefixes, suffixes and occurrences
+    VEK_FORMS4(VEK_ASKS, StartsWith, s.m.starts_with(y.bytes), s.x,),
+    VEK_FORMS4(VEK_ASKS, EndsWith, s.m.ends_with(y.bytes), s.x,),
+    VEK_FORMS4(VEK_ASKS, Contains, s.m.find(y.bytes) != std::string::npos, s.x,),
+    VEK_FORMS4(VEK_ASKS, Count, Occurrences(s.m, y.bytes), s.x,),
     // Find-and-replace with literals and a count
     VEK_ROW(FindAndReplaceCStr, R::kExact, s.CStr(), const Operand with = s.CStr(); ReplaceAll(s, y.bytes, with.bytes);
             return Counted(s, y.bytes, [&](VekSizeT* count) { return VekStringFindAndReplaceCStr(s.x, y.ptr, with.ptr, count); });),
