@@ -357,6 +357,9 @@ TEST(StringClass, AllocatorsFollowCopiesAndMovesAndBoundTheSize)
         moved.shrink_to_fit(); // already fits: no new block
         EXPECT_EQ(a2.Trace(), "+8 -11");
         EXPECT_EQ(vek::String(std::string_view(), a2).max_size(), 11u);
+        // Beyond std::size_t on a 32-bit target, yet below its npos.
+        RecordingAllocator unbounded(VekStringNpos);
+        EXPECT_LT(vek::String(std::string_view(), unbounded).max_size(), vek::String::npos);
     }
     EXPECT_TRUE(a1.IsClean());
     EXPECT_TRUE(a2.IsClean());
