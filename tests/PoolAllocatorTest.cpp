@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Vek/Utils/VekPoolAllocator.h"
+#include "Vek/Utils/VekString.h"
 
 namespace {
 
@@ -69,6 +70,35 @@ TEST(PoolAllocator, BlocksAreDisjointAndKeepTheirBytes)
     char* again = pool.Allocate(100);
     ASSERT_NE(again, nullptr);
     pool.a->deallocate(pool.a, again, 100);
+}
+
+// Strings on a pool take and give back their blocks inline in the caller:
+// built, grown and destroyed at random, each must keep its own bytes, which
+// it cannot if a block came from the wrong size class.
+TEST(PoolAllocator, StringsOnThePoolKeepTheirBytes)
+{
+    Pool pool;
+    std::mt19937 rng(7);
+    std::vector<std::pair<VekString, std::string>> live(48);
+    for (auto& [s, model] : live)
+        VekStringConstructDefault(&s, pool.a);
+    for (int step = 0; step < 20000; ++step) {
+        auto& [s, model] = live[rng() % live.size()];
+        ASSERT_EQ(std::string(s.buf, s.size), model) << "step " << step;
+        const std::string piece(1 + rng() % 40, static_cast<char>('a' + step % 26));
+        if (rng() % 4 == 0) {
+            VekStringDestruct(&s);
+            ASSERT_TRUE(VekStringConstructCStrLen(&s, piece.data(), piece.size(), pool.a));
+            model = piece;
+        } else {
+            ASSERT_TRUE(VekStringAppendCStrLen(&s, piece.data(), piece.size()));
+            model += piece;
+        }
+    }
+    for (auto& [s, model] : live) {
+        EXPECT_EQ(std::string(s.buf, s.size), model);
+        VekStringDestruct(&s);
+    }
 }
 
 } // namespace
