@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Vek/Utils/VekPoolAllocator.h"
-#include "Vek/Utils/VekString.h"
+#include "VekTestSupport.h"
 
 namespace {
 
@@ -84,7 +84,7 @@ TEST(PoolAllocator, StringsOnThePoolKeepTheirBytes)
         VekStringConstructDefault(&s, pool.a);
     for (int step = 0; step < 20000; ++step) {
         auto& [s, model] = live[rng() % live.size()];
-        ASSERT_EQ(std::string(s.buf, s.size), model) << "step " << step;
+        ASSERT_EQ(vektest::Content(s), model) << "step " << step;
         const std::string piece(1 + rng() % 40, static_cast<char>('a' + step % 26));
         if (rng() % 4 == 0) {
             VekStringDestruct(&s);
@@ -96,7 +96,7 @@ TEST(PoolAllocator, StringsOnThePoolKeepTheirBytes)
         }
     }
     for (auto& [s, model] : live) {
-        EXPECT_EQ(std::string(s.buf, s.size), model);
+        EXPECT_EQ(vektest::Content(s), model);
         VekStringDestruct(&s);
     }
 }

@@ -243,7 +243,6 @@ std::string Upper(std::string t)
     return t;
 }
 
-
 // Occurrences counts the needles that do not overlap, left to right; the
 // empty needle stands at every position, the end included.
 std::size_t Occurrences(const std::string& m, const std::string& y)
@@ -600,7 +599,7 @@ const Row kRows[] = {
     VEK_FORMS3(VEK_ASKS, Equal, s.m == y.bytes, s.x,),
     VEK_FORMS3(VEK_ASKS, EqualSubstring, Span(s.m, p, n) == y.bytes, s.x, p, n,),
     VEK_FORMS3(VEK_ASKS, Compare, Compared(got, s.m, y.bytes), s.x,),
-    VEK_QUERY(Hash, s.Byte(), s.Twin() ? VekStringHashInline(s.x) : (VekStringHash)(s.x), Hash(s.m)),
+    VEK_QUERY(Hash, s.Byte(), VEK_TWIN(VekStringHash, s.x), Hash(s.m)),
     // Character-set search
     VEK_FORMS4(VEK_ASKS, FindFirstOf, s.m.find_first_of(y.bytes, sp), s.x, p,),
     VEK_FORMS4(VEK_ASKS, FindFirstNotOf, s.m.find_first_not_of(y.bytes, sp), s.x, p,),
