@@ -80,6 +80,8 @@ TEST(Compare, HugeLengthDifferenceKeepsItsSign)
     const VekString empty{nullptr, vekStringEmpty_, 0, 0};
     EXPECT_GT(VekStringCompare(&longer, &empty), 0);
     EXPECT_LT(VekStringCompare(&empty, &longer), 0);
+    EXPECT_GT(VekStringCompareIgnoringCaseAscii(&longer, &empty), 0);
+    EXPECT_LT(VekStringCompareIgnoringCaseAscii(&empty, &longer), 0);
 }
 
 } // namespace

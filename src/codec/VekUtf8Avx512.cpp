@@ -120,9 +120,11 @@ VEK_AVX512 inline __m512i Encoded(__m512i cp, const Classes& c)
 
 bool Usable() noexcept
 {
-    return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-           __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi2") &&
-           __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt");
+    // Asked once; every feature is asked for, joined without branches.
+    return (__builtin_cpu_supports("avx512f") != 0) & (__builtin_cpu_supports("avx512bw") != 0) &
+           (__builtin_cpu_supports("avx512vl") != 0) &
+           (__builtin_cpu_supports("avx512vbmi2") != 0) & (__builtin_cpu_supports("bmi2") != 0) &
+           (__builtin_cpu_supports("popcnt") != 0);
 }
 
 // TakeBlock converts a block into out + len; false, leaving it, when the

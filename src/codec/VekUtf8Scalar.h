@@ -145,12 +145,12 @@ struct Utf8Output {
         return 1u + (cp >= 0x80u) + (cp >= 0x800u) + (cp >= 0x10000u);
     }
 
+    // Put stores a character of 2 to 4 bytes: an ASCII unit never reaches
+    // it, since TakeCharacters stores those itself.
     static void Put(char* out, uint32_t cp, unsigned len)
     {
+        VEK_ASSERT(len >= 2, "ASCII is stored by the caller");
         switch (len) {
-        case 1:
-            out[0] = static_cast<char>(cp);
-            return;
         case 2:
             out[0] = static_cast<char>(0xC0u | (cp >> 6));
             out[1] = Trail(cp);

@@ -70,7 +70,11 @@ template <unsigned kShift> struct MarksIn {
 
     // Has tells whether position k is marked; After moves position k + i to
     // i, for k up to 31, and drops the positions below k.
-    bool Has(unsigned k) const { return k < kLanes && ((bits >> (k << kShift)) & kBit) != 0; }
+    bool Has(unsigned k) const
+    {
+        VEK_ASSERT(k < kLanes, "Has takes a position in the register");
+        return ((bits >> (k << kShift)) & kBit) != 0;
+    }
     MarksIn After(unsigned k) const
     {
         VEK_ASSERT(k < 2 * kLanes, "After moves by at most 31 positions");

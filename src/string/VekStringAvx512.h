@@ -164,9 +164,11 @@ struct Avx512Search : VectorSearch {
 
     static bool Usable()
     {
-        return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-               __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("bmi") &&
-               __builtin_cpu_supports("bmi2");
+        // Asked once; every feature is asked for, joined without branches.
+        return (__builtin_cpu_supports("avx512f") != 0) &
+               (__builtin_cpu_supports("avx512bw") != 0) &
+               (__builtin_cpu_supports("avx512vl") != 0) & (__builtin_cpu_supports("bmi") != 0) &
+               (__builtin_cpu_supports("bmi2") != 0);
     }
 
     template <Wanted kWanted>

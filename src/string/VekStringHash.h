@@ -56,15 +56,6 @@ static constexpr VekSizeT StringHashBias(unsigned k)
     return 4 * (StringHashPow33(k) - 1);
 }
 
-// StringHashPlain is the definition itself, for the bytes no block covers.
-static inline VekSizeT StringHashPlain(VekSizeT hash, const char* p, VekSizeT n)
-{
-    const signed char* bytes = reinterpret_cast<const signed char*>(p);
-    for (VekSizeT i = 0; i < n; ++i)
-        hash = hash * 33 + static_cast<VekSizeT>(static_cast<int64_t>(bytes[i]));
-    return hash;
-}
-
 // StringHashWordStep hashes the 8 bytes at p; the word's weighted sum is the
 // public header's (VekStringHashWordInline).
 static inline VekSizeT StringHashWordStep(VekSizeT hash, const char* p)
@@ -73,19 +64,19 @@ static inline VekSizeT StringHashWordStep(VekSizeT hash, const char* p)
 }
 
 // StringHashFinish hashes [p, end) after the bytes from begin to p, a word at a time.
-// The last few bytes, when the whole run spans a word, come from one more
-// load of the run's last 8 bytes with the ones already hashed masked to zero.
+// The last few bytes come from one more load of the run's last 8 bytes with
+// the ones already hashed masked to zero: the run is longer than a word, since
+// the header's inline hash takes up to 8 bytes itself.
 static inline VekSizeT StringHashFinish(VekSizeT hash, const char* begin, const char* p,
                                         const char* end)
 {
-    VEK_ASSERT(begin <= p && p <= end, "the bytes hashed so far lie within the run");
+    VEK_ASSERT(begin <= p && p <= end && end - begin > 8,
+               "the bytes hashed so far lie within a run longer than a word");
     for (; end - p >= 8; p += 8)
         hash = StringHashWordStep(hash, p);
     const unsigned rest = static_cast<unsigned>(end - p);
     if (rest == 0)
         return hash;
-    if (end - begin < 8)
-        return StringHashPlain(hash, p, rest);
     const uint64_t word = VekStringHashLoadInline(end - 8) & (~uint64_t{0} << (8 * (8 - rest)));
     return hash * StringHashPow33(rest) + VekStringHashWordInline(word);
 }

@@ -5,13 +5,14 @@
 // the build's vector kernel (VectorSearch, StringHashVector), and the AVX-512
 // row with its kernels where usable() finds the processor has them. The
 // public functions use the last usable row's kernels. A new instruction set
-// adds a row.
+// adds a row. The table is compiled into the library (VekStringKernels.cpp),
+// so the tests run the library's own copies of the kernels. Not installed.
 #ifndef VEK_SRC_STRING_VEKSTRINGKERNELS_H
 #define VEK_SRC_STRING_VEKSTRINGKERNELS_H
 
-#include "string/VekStringAvx512.h"
-#include "string/VekStringHash.h"
-#include "string/VekStringSearchKernels.h"
+#include <span>
+
+#include "Vek/Utils/VekString.h"
 
 using StringFindFn = VekSizeT (*)(const char* buf, VekSizeT size, VekSizeT from, const char* y,
                                   VekSizeT n);
@@ -31,34 +32,6 @@ struct StringKernels {
     StringSetBackwardFn last_of, last_not_of;
 };
 
-inline bool StringKernelsAlwaysUsable()
-{
-    return true;
-}
-
-template <class Kernel>
-constexpr StringKernels StringKernelsOf(VekSizeT (*hash)(const char*, VekSizeT),
-                                        bool (*usable)() = StringKernelsAlwaysUsable)
-{
-    return {Kernel::kName,
-            usable,
-            hash,
-            StringSearchForward<Kernel>,
-            StringSearchBackward<Kernel>,
-            StringScanSetForward<Kernel, Wanted::kInSet>,
-            StringScanSetForward<Kernel, Wanted::kOutsideSet>,
-            StringScanSetBackward<Kernel, Wanted::kInSet>,
-            StringScanSetBackward<Kernel, Wanted::kOutsideSet>};
-}
-
-inline constexpr StringKernels kStringKernels[] = {
-    StringKernelsOf<ScalarSearch>(StringHashPortable),
-#if VEK_SIMD_VECTOR
-    StringKernelsOf<VectorSearch>(StringHashVector),
-#endif
-#if VEK_SIMD_AVX512 && VEK_SIMD_SSE2
-    StringKernelsOf<Avx512Search>(VekStringAvx512::Hash, Avx512Search::Usable),
-#endif
-};
+std::span<const StringKernels> StringKernelTable() noexcept;
 
 #endif // VEK_SRC_STRING_VEKSTRINGKERNELS_H

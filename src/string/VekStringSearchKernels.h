@@ -386,9 +386,9 @@ struct VectorSearch {
                             VekSizeT n)
     {
         using VekSearchVector::kBlock;
-        VEK_ASSERT(n >= 2, "the block filter needs distinct first and last bytes");
-        if (n > size || from > size - n || size - n - from < kBlock - 1)
-            return {from, false};
+        // StringSearchForward sends only needles with more than 16 starts.
+        VEK_ASSERT(n >= 2 && n <= size && from <= size - n && size - n - from >= kBlock - 1,
+                   "the block filter needs two needle bytes and a block of starts");
         const VekSearchVector::NeedleEnds ends(y, n);
         VekSearchVector::Confirming confirming{buf, y, n, from, 0};
         const VekSizeT last = size - n;
