@@ -116,15 +116,19 @@ VEK_AVX512 inline __m512i Encoded(__m512i cp, const Classes& c)
     return _mm512_mask_mov_epi32(forms, c.from4, four);
 }
 
+// Asked once, at start-up: every feature at once, joined without branches. A
+// conversion that some other static initialiser runs before this one reads
+// false, and the other kernels do the work.
+const bool kUsable =
+    (__builtin_cpu_supports("avx512f") != 0) & (__builtin_cpu_supports("avx512bw") != 0) &
+    (__builtin_cpu_supports("avx512vl") != 0) & (__builtin_cpu_supports("avx512vbmi2") != 0) &
+    (__builtin_cpu_supports("bmi2") != 0) & (__builtin_cpu_supports("popcnt") != 0);
+
 } // namespace
 
 bool Usable() noexcept
 {
-    // Asked once; every feature is asked for, joined without branches.
-    return (__builtin_cpu_supports("avx512f") != 0) & (__builtin_cpu_supports("avx512bw") != 0) &
-           (__builtin_cpu_supports("avx512vl") != 0) &
-           (__builtin_cpu_supports("avx512vbmi2") != 0) & (__builtin_cpu_supports("bmi2") != 0) &
-           (__builtin_cpu_supports("popcnt") != 0);
+    return kUsable;
 }
 
 // TakeBlock converts a block into out + len; false, leaving it, when the

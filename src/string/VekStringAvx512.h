@@ -164,7 +164,7 @@ struct Avx512Search : VectorSearch {
 
     static bool Usable()
     {
-        // Asked once; every feature is asked for, joined without branches.
+        // Every feature is asked for, joined without branches.
         return (__builtin_cpu_supports("avx512f") != 0) &
                (__builtin_cpu_supports("avx512bw") != 0) &
                (__builtin_cpu_supports("avx512vl") != 0) & (__builtin_cpu_supports("bmi") != 0) &
