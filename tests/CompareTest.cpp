@@ -10,11 +10,6 @@ using vektest::ReadOnlyBytes;
 
 constexpr VekSizeT kNpos = VekStringNpos;
 
-int Sign(int v)
-{
-    return (v > 0) - (v < 0);
-}
-
 struct PairCase {
     std::string x, y;
     int order;  // the sign of the comparison; 0 means equal
@@ -62,7 +57,7 @@ TEST(Compare, EqualityAndOrderAgreeInEveryForm)
                 << "hashes of these rows differ";
             for (const int r :
                  {VekStringCompare(x, &y), VekStringCompareCStrLen(x, c.y.data(), c.y.size())}) {
-                EXPECT_EQ(Sign(r), c.order);
+                EXPECT_EQ(vektest::Sign(r), c.order);
                 if (c.exact) {
                     EXPECT_EQ(r, static_cast<int>(c.x.size()) - static_cast<int>(c.y.size()));
                 }

@@ -38,14 +38,6 @@ std::string Bytes(std::size_t len)
     return s;
 }
 
-VekSizeT HashDefinition(std::string_view s)
-{
-    VekSizeT hash = 0;
-    for (char b : s)
-        hash = hash * 33 + static_cast<VekSizeT>(static_cast<signed char>(b));
-    return hash;
-}
-
 TEST(KernelTable, EveryStringKernelGivesTheDefinitionsResults)
 {
     for (int round = 0; round < 3000; ++round) {
@@ -72,7 +64,7 @@ TEST(KernelTable, EveryStringKernelGivesTheDefinitionsResults)
             if (!k.usable())
                 continue;
             SCOPED_TRACE(k.name);
-            EXPECT_EQ(k.hash(buf, len), HashDefinition(view));
+            EXPECT_EQ(k.hash(buf, len), vektest::HashDefinition(view));
             if (len == 0)
                 continue;
             const VekSizeT from = Below(2) == 0 ? 0 : Below(len);

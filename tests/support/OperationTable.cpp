@@ -162,11 +162,6 @@ bool FromCFString(Step& s)
 
 // ------------------------------------------------------------------ queries
 
-int Sign(long long v)
-{
-    return (v > 0) - (v < 0);
-}
-
 // Signed is got when it has want's sign, which is all a comparison promises,
 // and otherwise a value that differs from got.
 VekInt Signed(VekInt got, long long want)
@@ -183,14 +178,6 @@ VekInt Compared(VekInt got, const std::string& a, const std::string& b)
         return static_cast<VekInt>(std::clamp<long long>(
             static_cast<long long>(a.size()) - static_cast<long long>(b.size()), INT_MIN, INT_MAX));
     return Signed(got, c);
-}
-
-VekSizeT Hash(const std::string& bytes)
-{
-    VekSizeT h = 0;
-    for (const char b : bytes)
-        h = h * 33 + static_cast<VekSizeT>(static_cast<signed char>(b));
-    return h;
 }
 
 // The span EqualSubstring compares: a position beyond the end is the end.
@@ -599,7 +586,7 @@ const Row kRows[] = {
     VEK_FORMS3(VEK_ASKS, Equal, s.m == y.bytes, s.x,),
     VEK_FORMS3(VEK_ASKS, EqualSubstring, Span(s.m, p, n) == y.bytes, s.x, p, n,),
     VEK_FORMS3(VEK_ASKS, Compare, Compared(got, s.m, y.bytes), s.x,),
-    VEK_QUERY(Hash, s.Byte(), VEK_TWIN(VekStringHash, s.x), Hash(s.m)),
+    VEK_QUERY(Hash, s.Byte(), VEK_TWIN(VekStringHash, s.x), HashDefinition(s.m)),
     // Character-set search
     VEK_FORMS4(VEK_ASKS, FindFirstOf, s.m.find_first_of(y.bytes, sp), s.x, p,),
     VEK_FORMS4(VEK_ASKS, FindFirstNotOf, s.m.find_first_not_of(y.bytes, sp), s.x, p,),

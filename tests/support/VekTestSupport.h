@@ -106,6 +106,22 @@ inline std::string Content(const VekString& s)
 
 // StdAt gives a library position as std::string takes it: one past 32 bits
 // is past any end, not narrowed to a small one on a 32-bit target.
+// Sign is -1, 0 or 1: all that an ordering promises.
+inline int Sign(long long v)
+{
+    return (v > 0) - (v < 0);
+}
+
+// HashDefinition is the hash as the module defines it: h = h * 33 + b over
+// the bytes taken as signed values, from 0.
+inline VekSizeT HashDefinition(std::string_view bytes)
+{
+    VekSizeT h = 0;
+    for (const char b : bytes)
+        h = h * 33 + static_cast<VekSizeT>(static_cast<signed char>(b));
+    return h;
+}
+
 inline std::size_t StdAt(VekSizeT pos)
 {
     return pos < std::string::npos ? static_cast<std::size_t>(pos) : std::string::npos;
