@@ -216,13 +216,6 @@ void ReplaceAll(Step& s, const std::string& find, const std::string& with)
 
 // ------------------------------------------------------------ text families
 
-std::string Lower(std::string t)
-{
-    for (char& c : t)
-        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-    return t;
-}
-
 std::string Upper(std::string t)
 {
     for (char& c : t)

@@ -122,6 +122,14 @@ inline VekSizeT HashDefinition(std::string_view bytes)
     return h;
 }
 
+// Lower is t with its ASCII capitals in small letters, all else as it was.
+inline std::string Lower(std::string t)
+{
+    for (char& c : t)
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+    return t;
+}
+
 inline std::size_t StdAt(VekSizeT pos)
 {
     return pos < std::string::npos ? static_cast<std::size_t>(pos) : std::string::npos;
