@@ -1,23 +1,8 @@
-// Facts about storage that the operation model does not see: destruction,
-// and the adoption of a block whose terminator is already in place.
+// A fact about storage that the operation model does not see: the adoption
+// of a block whose terminator is already in place.
 #include "VekTestSupport.h"
 
 namespace {
-
-using vektest::RecordingAllocator;
-
-TEST(Storage, DestructReleasesOnceAndZeroesTheRecord)
-{
-    RecordingAllocator alloc;
-    VekString s;
-    vektest::MakeOwned(&s, "abc", 10, alloc);
-    alloc.ClearEvents();
-    VekStringDestruct(&s);
-    VekStringDestruct(&s);
-    EXPECT_EQ(alloc.Trace(), "-11");
-    EXPECT_TRUE(s.allocator == nullptr && s.buf == nullptr && s.size == 0 && s.capacity == 0);
-    EXPECT_TRUE(alloc.IsClean());
-}
 
 // A terminator already in place is not rewritten, so the block may be
 // read-only as long as nothing else needs writing.

@@ -68,6 +68,9 @@ public:
     {
         VekString* x = &slots[slot];
         VekStringDestruct(x);
+        VekStringDestruct(x); // destroying twice releases once
+        if (x->allocator != nullptr || x->buf != nullptr || x->size != 0 || x->capacity != 0)
+            report_("a destroyed record must be all zero");
         const std::string text = in.Bytes(48);
         if (state == 1 && (text.empty() || views_.size() == kMaxViews))
             state = 2;

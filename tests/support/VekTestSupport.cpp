@@ -124,19 +124,6 @@ ReadOnlyBytes::~ReadOnlyBytes()
     munmap(mapping_, mapping_size_);
 }
 
-std::string Quote(const std::string& bytes)
-{
-    static constexpr char kHex[] = "0123456789abcdef";
-    std::string out = "\"";
-    for (const char c : bytes.substr(0, 160)) {
-        if (c >= ' ' && c <= '~' && c != '\\' && c != '"')
-            out += c;
-        else
-            out += {'\\', 'x', kHex[(c >> 4) & 0xF], kHex[c & 0xF]};
-    }
-    return out + (bytes.size() > 160 ? "...\"" : "\"");
-}
-
 testing::AssertionResult HasInvariants(const VekString& s)
 {
     if (s.buf == nullptr)

@@ -143,7 +143,10 @@ inline VekSizeT StdPos(std::size_t pos)
 }
 
 // Quote shows bytes readably, escaping all but printable ASCII.
-std::string Quote(const std::string& bytes);
+inline std::string Quote(const std::string& bytes)
+{
+    return testing::PrintToString(bytes);
+}
 
 // HasInvariants checks what must hold after every successful operation.
 testing::AssertionResult HasInvariants(const VekString& s);
