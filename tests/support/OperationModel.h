@@ -88,6 +88,8 @@ public:
     std::optional<std::string> trace;  // after success, or after must_fail
     VekSizeT keeps_head = kNpos;       // a failure keeps the fields and only
                                        // the bytes before this offset
+    std::optional<bool> view_kept;     // whether a view the result is a prefix
+                                       // of stays one (nullopt: either way)
     VekAllocator* a;                   // the strings' allocator
 
     // Operands and arguments.

@@ -531,8 +531,8 @@ const Row kRows[] = {
     VEK_FORMS4(VEK_EDITS, Append, s.expect = s.m + y.bytes, s.x,),
     VEK_EDIT(AppendSubstring, s.Str(), s.Splice(s.m.size(), 0, Sub(y.bytes, y.pos, y.count)), VekStringAppendSubstring(s.x, y.str, y.pos, y.count)),
     VEK_EDIT(AppendRange, s.Slice(), s.expect = s.m + y.bytes, VekStringAppendRange(s.x, y.ptr, y.ptr + y.len)),
-    VEK_EDIT(AppendN, s.Byte(), const VekSizeT count = s.in.Below(40); s.expect = s.m + std::string(count, *y.ptr), VekStringAppendN(s.x, count, *y.ptr)),
-    VEK_EDIT(Resize, s.Byte(), const VekSizeT size = s.in.Below(s.m.size() + 24); s.expect = s.m; s.expect->resize(size, *y.ptr),
+    VEK_EDIT(AppendN, s.Byte(), const VekSizeT count = s.in.Below(40); s.expect = s.m + std::string(count, *y.ptr); s.view_kept = false, VekStringAppendN(s.x, count, *y.ptr)),
+    VEK_EDIT(Resize, s.Byte(), const VekSizeT size = s.in.Below(s.m.size() + 24); s.expect = s.m; s.expect->resize(size, *y.ptr); if (size <= s.m.size()) s.view_kept = true,
              VekStringResize(s.x, size, size > s.m.size() || s.Twin() ? y.ptr : nullptr)),
     // Replacement and insertion
     VEK_EDIT(ReplaceSubstring, s.Str(), s.Splice(p, n, Sub(y.bytes, y.pos, y.count)), VekStringReplaceSubstring(s.x, p, n, y.str, y.pos, y.count)),
@@ -543,17 +543,17 @@ const Row kRows[] = {
     VEK_EDIT(ReplaceRange, s.Slice(), s.Splice(q, k, y.bytes), VekStringReplaceRange(s.x, s.x->buf + q, s.x->buf + q + k, y.ptr, y.ptr + y.len)),
     VEK_ROW(Insert, R::kGrowth, s.Slice(), const char* c = y.len != 0 ? y.ptr : s.Keep(std::string(1, s.Char())); s.Splice(q, 0, std::string(1, *c));
             return Iterates(s, VekStringInsert(s.x, s.x->buf + q, c), q);),
-    VEK_EDIT(InsertRange, s.Slice(), s.Splice(q, 0, y.bytes), VekStringInsertRange(s.x, s.x->buf + q, y.ptr, y.ptr + y.len)),
-    VEK_EDIT(InsertSubstring, s.Str(), s.Splice(p, 0, Sub(y.bytes, y.pos, y.count)), VekStringInsertSubstring(s.x, p, y.str, y.pos, y.count)),
-    VEK_EDIT(InsertString, s.Str(), s.Splice(p, 0, y.bytes), VekStringInsertString(s.x, p, y.str)),
-    VEK_EDIT(InsertCStr, s.CStr(), s.Splice(p, 0, y.bytes), VekStringInsertCStr(s.x, p, s.Guarded(y.ptr))),
-    VEK_EDIT(InsertCStrLen, s.Slice(), s.Splice(p, 0, y.bytes), VekStringInsertCStrLen(s.x, p, s.Guarded(y.ptr), y.len)),
+    VEK_EDIT(InsertRange, s.Slice(), s.Splice(q, 0, y.bytes); s.view_kept = false, VekStringInsertRange(s.x, s.x->buf + q, y.ptr, y.ptr + y.len)),
+    VEK_EDIT(InsertSubstring, s.Str(), s.Splice(p, 0, Sub(y.bytes, y.pos, y.count)); s.view_kept = false, VekStringInsertSubstring(s.x, p, y.str, y.pos, y.count)),
+    VEK_EDIT(InsertString, s.Str(), s.Splice(p, 0, y.bytes); s.view_kept = false, VekStringInsertString(s.x, p, y.str)),
+    VEK_EDIT(InsertCStr, s.CStr(), s.Splice(p, 0, y.bytes); s.view_kept = false, VekStringInsertCStr(s.x, p, s.Guarded(y.ptr))),
+    VEK_EDIT(InsertCStrLen, s.Slice(), s.Splice(p, 0, y.bytes); s.view_kept = false, VekStringInsertCStrLen(s.x, p, s.Guarded(y.ptr), y.len)),
     VEK_EDIT(InsertChar, s.Byte(), s.Splice(p, 0, y.bytes), VekStringInsertChar(s.x, p, *y.ptr)),
     // Erasure
     VEK_ROW(Erase, R::kGrowth, s.Byte(), s.expect = s.m; if (s.m.empty()) return true;
-            const VekSizeT at = s.in.Below(s.m.size()); s.Splice(at, 1, ""); return Iterates(s, VekStringErase(s.x, s.x->buf + at), at);),
-    VEK_EDIT(EraseSubstring, s.Byte(), s.Splice(p, n, ""), VekStringEraseSubstring(s.x, p, n)),
-    VEK_ROW(EraseRange, R::kGrowth, s.Byte(), s.Splice(q, k, ""); return Iterates(s, VekStringEraseRange(s.x, s.x->buf + q, s.x->buf + q + k), q);),
+            const VekSizeT at = s.in.Below(s.m.size()); if (at + 1 == s.m.size()) s.view_kept = true; s.Splice(at, 1, ""); return Iterates(s, VekStringErase(s.x, s.x->buf + at), at);),
+    VEK_EDIT(EraseSubstring, s.Byte(), s.Splice(p, n, ""); if (n == 0 || n >= s.m.size() - p) s.view_kept = true, VekStringEraseSubstring(s.x, p, n)),
+    VEK_ROW(EraseRange, R::kGrowth, s.Byte(), s.Splice(q, k, ""); if (k == 0 || q + k == s.m.size()) s.view_kept = true; return Iterates(s, VekStringEraseRange(s.x, s.x->buf + q, s.x->buf + q + k), q);),
     // Formatted construction and editing, each with its va_list twin
     VEK_ROW(ConstructFormatted, R::kConstruct, DrawFormatted(s.in), s.Formatted(0, 0, y.out);
             return Ok(s.Twin() ? VekStringConstructFormatted(&s.built, s.a, VEK_FORMAT_ARGS(y.f)) : ViaVaList(kConstruct, &s.built, s.a, 0, 0, VEK_FORMAT_ARGS(y.f)));),
