@@ -71,7 +71,11 @@ public:
         VekStringDestruct(x); // destroying twice releases once
         if (x->allocator != nullptr || x->buf != nullptr || x->size != 0 || x->capacity != 0)
             report_("a destroyed record must be all zero");
-        const std::string text = in.Bytes(48);
+        std::string text = in.Bytes(48);
+        // Whitespace at the ends, with 0xA0 and 0x85 (spaces only in Latin-1),
+        // for the trimming rows.
+        for (std::size_t n = in.OneIn(4) ? in.Below(8) : 0; n > 0; --n)
+            text.insert(in.OneIn(2) ? text.size() : 0, 1, " \t\n\v\f\r\xA0\x85"[in.Below(8)]);
         if (state == 1 && (text.empty() || views_.size() == kMaxViews))
             state = 2;
         if (state == 0) {
