@@ -1,11 +1,10 @@
 // CodecFuzzer.cpp - the codec's contract (tests/support/CodecModel.h) on
 // texts drawn from the input.
 #include "CodecModel.h"
-#include "FuzzSupport.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     vektest::ByteChoices in(data, size);
-    vektest::CheckCodec(in, vekfuzz::Abort);
+    vektest::CheckCodec(in, vektest::AbortReport);
     return 0;
 }

@@ -1,31 +1,12 @@
-// Facts about conversion that the operation model does not reach: UTF-16
-// output, and what the CoreFoundation stand-in does with a loss byte and a
-// buffer that ends inside a character.
+// Facts about conversion that the operation model does not reach: what the
+// CoreFoundation stand-in does with a loss byte and a buffer that ends inside
+// a character.
 #include "VekTestSupport.h"
 
 #include <climits>
 #include <string>
 
 namespace {
-
-using vektest::RecordingAllocator;
-
-TEST(WriteUtf16, PassesTheDecoderThroughUpToTheFirstNul)
-{
-    RecordingAllocator alloc;
-    VekString s;
-    VekStringConstructCStrLen(&s, "\xC3\xA9\0b", 4, alloc);
-    VekUint16 out[4] = {9, 9, 9, 9};
-    VekSizeT len = 0;
-    ASSERT_TRUE(VekStringWriteUtf16(&s, out, 4, &len));
-    EXPECT_EQ(len, 1u);
-    EXPECT_EQ(out[0], 0xE9);
-    EXPECT_EQ(out[1], 0);
-    VekStringDestruct(&s);
-    EXPECT_TRUE(alloc.IsClean());
-}
-
-// ------------------------------------------------------- CoreFoundation
 
 #if !defined(__APPLE__)
 

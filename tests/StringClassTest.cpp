@@ -432,17 +432,11 @@ TEST(StringClass, WideTextRoundTripsWithZeroUnitsAndLongRuns)
     EXPECT_EQ(vek::String(ucs4), std::string_view("\xF0\x9F\x98\x80 \0x", 7));
     EXPECT_THROW(vek::String(std::u16string_view(u"\xD800x", 2)), std::range_error);
     EXPECT_THROW(vek::String("\xC0\xAF").to_utf16(), std::range_error);
-}
-
-TEST(StringClass, HashesLikeTheModuleAndLooksUpByAnyText)
-{
-    using namespace vek::literals;
-    EXPECT_EQ(vek::String("abc").hash(), 108966u);
-    EXPECT_EQ(std::hash<vek::String>()("a\0b"_vs), vek::StringHash()(std::string_view("a\0b", 3)));
-    std::unordered_set<vek::String, vek::StringHash, vek::StringEqual> set{"a", "b", "a"};
-    EXPECT_EQ(set.size(), 2u);
-    EXPECT_EQ(set.count(std::string_view("b")), 1u);
-    EXPECT_EQ(set.count("c"), 0u);
+    // The C API's UTF-16 output passes the decoder through, up to the first NUL.
+    VekUint16 out[4] = {9, 9, 9, 9};
+    VekSizeT len = 0;
+    EXPECT_TRUE(VekStringWriteUtf16(vek::String("\xC3\xA9\0b", 4).get(), out, 4, &len));
+    EXPECT_TRUE(len == 1 && out[0] == 0xE9 && out[1] == 0);
 }
 
 std::string Bracketed(const vek::Fields& fields)
@@ -454,8 +448,8 @@ std::string Bracketed(const vek::Fields& fields)
 }
 
 // The module's own additions: containment, find-and-replace, formatting,
-// overwriting, trimming, case, counts, fields and cuts, none of them
-// allocating where it need not.
+// overwriting, hashing and lookup by any text, trimming, case, counts, fields and cuts, none of
+// them allocating where it need not.
 TEST(StringClass, ModuleAdditions)
 {
     RecordingAllocator alloc;
@@ -471,6 +465,14 @@ TEST(StringClass, ModuleAdditions)
         r.resize_and_overwrite(4, [](char*, std::size_t n) { return n - 1; });
         EXPECT_EQ(r, "a--");
         EXPECT_EQ(vek::String::format(alloc, "%d-%s", 7, "up").appendf("%c", '!'), "7-up!");
+        using namespace vek::literals;
+        EXPECT_EQ(vek::String("abc").hash(), 108966u);
+        EXPECT_EQ(std::hash<vek::String>()("a\0b"_vs),
+                  vek::StringHash()(std::string_view("a\0b", 3)));
+        std::unordered_set<vek::String, vek::StringHash, vek::StringEqual> set{"a", "b", "a"};
+        EXPECT_EQ(set.size(), 2u);
+        EXPECT_EQ(set.count(std::string_view("b")), 1u);
+        EXPECT_EQ(set.count("c"), 0u);
         vek::String s(" \tKey: a,,b \r\n", alloc);
         EXPECT_EQ(s.trim(), "Key: a,,b");
         std::string_view key, value;

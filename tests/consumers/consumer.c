@@ -10,7 +10,8 @@ int main(void)
     if (!VekStringConstructCStr(&s, "consumer", VekAllocatorGetDefault()))
         return 1;
     ok = VekStringAppendCStr(&s, " in C") != NULL && VekStringEqualCStr(&s, "consumer in C");
-    ok = ok && VekStringConstructCopy(&t, &s) == &t && VekStringCompareCStr(&t, "consumer in D") < 0;
+    ok =
+        ok && VekStringConstructCopy(&t, &s) == &t && VekStringCompareCStr(&t, "consumer in D") < 0;
     ok = ok && VekStringHash(&t) == VekStringHash(&s) && VekStringReserve(&t, 64) &&
          VekStringCapacity(&t) == 64 && VekStringData(&t)[13] == '\0';
     VekStringDestruct(&t);

@@ -5,6 +5,8 @@
 #define VEK_TESTS_CHOICES_H
 
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <string>
 
@@ -66,9 +68,15 @@ private:
     const std::uint8_t* end_;
 };
 
-// A model hands each finding to a Report: a gtest failure, or for a fuzzer a
-// message and an abort, so that libFuzzer keeps the input.
+// A model hands each finding to a Report: a gtest failure, or for a fuzzer
+// AbortReport, a message and an abort, so that libFuzzer keeps the input.
 using Report = void (*)(const std::string& finding);
+
+[[noreturn]] inline void AbortReport(const std::string& finding)
+{
+    std::fprintf(stderr, "fuzz finding: %s\n", finding.c_str());
+    std::abort();
+}
 
 } // namespace vektest
 
