@@ -135,6 +135,17 @@ const char* Step::Guarded(const char* p)
 
 Operand Step::Slice()
 {
+    if (!m.empty() && in.OneIn(6)) { // x's bytes again, in other case or one byte off
+        std::string near = m;
+        const bool recase = in.OneIn(2);
+        for (char& c : near) {
+            if (recase && (c | 0x20) >= 'a' && (c | 0x20) <= 'z' && in.OneIn(2))
+                c ^= 0x20;
+        }
+        if (in.OneIn(2))
+            near[in.OneIn(2) ? near.size() - 1 : in.Below(near.size())] ^= 1;
+        return {Keep(near), near.size(), near};
+    }
     const VekString& from = in.OneIn(2) ? *x : *Slot();
     if (from.size != 0 && !in.OneIn(4)) {
         const VekSizeT pos = in.Below(from.size + 1);
