@@ -222,7 +222,7 @@ const std::vector<Op>& Ops()
         VEK_OP(s.at(r.pos)),
         VEK_OP(std::as_const(s).at(r.pos)),
         VEK_OP(std::as_const(s)[std::min(r.pos, s.size())]),
-        VEK_OP(s.empty() ? '-' : char(s.front() + std::as_const(s).back())),
+        VEK_OP(s.empty() ? '-' : char(s.front() + s.back() + std::as_const(s).front() + std::as_const(s).back())),
         VEK_OP(s.substr(r.pos, r.n)),
         VEK_OP(s.substr(r.pos)),
         VEK_OP([&] { char out[8]; return std::string(out, s.copy(out, r.n, r.pos)); }()),
@@ -479,6 +479,8 @@ TEST(StringClass, ModuleAdditions)
         EXPECT_TRUE(s.cut(": ", key, value) && key == "Key" && value == "a,,b");
         EXPECT_FALSE(s.cut("=", key, value) || key != s || !value.empty());
         EXPECT_EQ(Bracketed(s.fields(',')), "[Key: a][][b]");
+        const vek::Fields commas = s.fields(',');
+        EXPECT_TRUE(commas.begin() == commas.begin() && !(++commas.begin() == commas.begin()));
         EXPECT_EQ(Bracketed(s.fields(": ")), "[Key][a,,b]");
         EXPECT_EQ(Bracketed(s.fields_any_of(":,")), "[Key][ a][][b]");
         EXPECT_EQ(Bracketed(vek::String(" a \n b ").words()), "[a][b]");
