@@ -360,7 +360,8 @@ void Model::Check(const Row& row, Step& s, const Snapshot& before, bool ok,
                 t.capacity == before.capacity && (t.capacity == 0 || t.buf == before.buf);
             require(before.capacity != 0 || new_size == 0 || !s.view_kept ||
                         !s.m.starts_with(*s.expect) || kept == *s.view_kept,
-                    s.view_kept.value_or(0) ? "a cut view stays a view" : "a view must be copied");
+                    s.view_kept.value_or(false) ? "a cut view stays a view"
+                                                : "a view must be copied");
             require(kept ? trace.empty() : grown != 0 && t.capacity == grown && trace == asked,
                     "growth must take one block of " + std::to_string(grown) + " (\"" + asked +
                         "\"), and only when the result does not fit");

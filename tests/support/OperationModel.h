@@ -42,7 +42,8 @@ constexpr VekSizeT kNpos = VekStringNpos;
 // What the model holds a row's call to, besides the content it expects.
 enum class Rule {
     kGrowth,    // in place when the result fits an owned block, else a block of
-                // max(new size, 2 x capacity); a view may be kept or copied
+                // max(new size, 2 x capacity); a view is kept or copied as the
+                // row's view_kept says
     kExact,     // the row states the trace, and the capacity unless it checks
                 // the storage itself (Reallocates, InPlace, Check)
     kConstruct, // builds s.built, which then replaces x
